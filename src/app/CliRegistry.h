@@ -1,0 +1,27 @@
+#pragma once
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace velmora::app {
+
+// What a subcommand's run leaves for main(): the process exit status.
+struct CliContext {
+  int exitCode = 0;
+};
+
+// A subcommand installs itself on the root parser: it adds its CLI::App with
+// options and a callback that does the work and sets context.exitCode.
+using CliInstaller = std::function<void(CLI::App& root, CliContext& context)>;
+
+// Called from a static initialiser in each subcommand's file:
+//   static const bool registered = registerCli(10, [](CLI::App& root, CliContext& ctx) {...});
+// `order` fixes the order in --help.
+bool registerCli(int order, CliInstaller installer);
+const std::vector<std::pair<int, CliInstaller>>& registeredClis();
+
+}  // namespace velmora::app

@@ -1,0 +1,43 @@
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <iostream>
+
+#include "app/CliRegistry.h"
+#include "common/Logger.h"
+
+int main(int argc, char** argv) {
+  using namespace velmora;
+  CLI::App root{
+      "Velmora finds files by name, attributes and content.\n"
+      "Queries are words to find in names, then optionally a colon and commands:\n"
+      "  velmora search \"report budget : modified today\" --in ~/Documents\n"
+      "  velmora explain \".m4v : bigger than 10mb\"",
+      "velmora"};
+  root.set_version_flag("--version", "velmora 0.1.0");
+  bool log = false;
+  root.add_flag("--log", log, "write the log to \"Today's Log.txt\" in the caches folder");
+  root.require_subcommand(0, 1);
+
+  app::CliContext context;
+  for (auto& [order, install] : app::registeredClis()) install(root, context);
+
+  root.parse_complete_callback([&] {
+    if (log) {
+      Logger::setEnabled(true);
+      Logger::shared().setEcho(false);
+    }
+  });
+  try {
+    root.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    int code = root.exit(e);
+    // Usage errors exit 2, as grep does; --help and --version exit 0.
+    return code == 0 ? 0 : 2;
+  }
+  if (root.get_subcommands().empty()) {
+    std::cout << root.help();
+    return 0;
+  }
+  return context.exitCode;
+}
