@@ -51,7 +51,12 @@ namespace {
 const icu::Collator* prototypeCollator() {
   static std::unique_ptr<icu::Collator> prototype = [] {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Collator> c(icu::Collator::createInstance(icu::Locale::getDefault(), status));
+    // The POSIX locale's collation is byte order; people expect the root
+    // collation's order there.
+    icu::Locale locale = icu::Locale::getDefault();
+    if (std::string_view(locale.getName()).find("POSIX") != std::string_view::npos)
+      locale = icu::Locale::getRoot();
+    std::unique_ptr<icu::Collator> c(icu::Collator::createInstance(locale, status));
     if (U_FAILURE(status) || !c) {
       status = U_ZERO_ERROR;
       c.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));
