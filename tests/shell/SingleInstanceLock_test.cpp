@@ -1,0 +1,48 @@
+#include "shell/SingleInstanceLock.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "shell/LoginItem.h"
+#include "support/TempHome.h"
+
+namespace velmora::test {
+
+TEST(SingleInstanceLockTest, SecondHolderIsTurnedAway) {
+  TempHome home;
+  auto file = SingleInstanceLock::defaultPath();
+  EXPECT_EQ(file.parent_path(), home.path() / "support");
+  EXPECT_EQ(SingleInstanceLock::runningHolder(file), std::nullopt);
+
+  SingleInstanceLock first(file);
+  ASSERT_EQ(first.acquire(), SingleInstanceLock::Outcome::acquired);
+  EXPECT_EQ(SingleInstanceLock::runningHolder(file), getpid());
+
+  SingleInstanceLock second(file);
+  EXPECT_EQ(second.acquire(), SingleInstanceLock::Outcome::heldByOther);
+  EXPECT_EQ(second.holder(), getpid());
+
+  first.release();
+  EXPECT_EQ(SingleInstanceLock::runningHolder(file), std::nullopt);
+  EXPECT_EQ(second.acquire(), SingleInstanceLock::Outcome::acquired);
+
+  writeFile(home.path() / "plain", "x");
+  SingleInstanceLock impossible(home.path() / "plain" / "serve.lock");
+  EXPECT_EQ(impossible.acquire(), SingleInstanceLock::Outcome::unavailable);
+  EXPECT_NE(impossible.error().find("cannot create"), std::string::npos);
+}
+
+TEST(SingleInstanceLockTest, LoginItemNeedsTheInstalledUnit) {
+  TempHome home;
+  SystemdLoginItem item;
+  EXPECT_FALSE(item.setEnabled(true));  // unit not installed
+  writeFile(item.unitFile(), "[Unit]\n");
+  EXPECT_TRUE(item.setEnabled(true));
+  EXPECT_TRUE(item.isEnabled());
+  EXPECT_EQ(std::filesystem::read_symlink(item.wantsLink()), item.unitFile());
+  EXPECT_TRUE(item.setEnabled(false));
+  EXPECT_FALSE(item.isEnabled());
+  EXPECT_TRUE(item.setEnabled(false));
+}
+
+}  // namespace velmora::test
