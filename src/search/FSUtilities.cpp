@@ -35,7 +35,8 @@ FSUtilities& FSUtilities::shared() {
 
 VolumeTable FSUtilities::volumes() const { return volumes_ ? volumes_() : VolumeTable::current(); }
 
-bool FSUtilities::isInvisibleOrInsidePackage(std::string_view path) {
+bool FSUtilities::isInvisibleOrInsidePackage(const std::string& fullPath) {
+  std::string_view path = fullPath;
   std::vector<std::string_view> parts;
   for (std::size_t start = 0; start < path.size();) {
     auto slash = path.find('/', start);
@@ -70,9 +71,10 @@ bool FSUtilities::isInvisibleOrInsidePackage(std::string_view path) {
   return false;
 }
 
-bool FSUtilities::hasPackageExtension(std::string_view path) {
-  auto slash = path.rfind('/');
-  std::string_view extension = pathExtension(slash == std::string_view::npos ? path : path.substr(slash + 1));
+bool FSUtilities::hasPackageExtension(const std::string& path) {
+  std::string_view whole = path;
+  auto slash = whole.rfind('/');
+  std::string_view extension = pathExtension(slash == std::string_view::npos ? whole : whole.substr(slash + 1));
   if (extension.empty()) return false;
   auto lookup = [&]() {
     return packageExtensionCache_.access([&](auto& cache) -> std::optional<bool> {

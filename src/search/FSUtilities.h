@@ -9,13 +9,14 @@
 #include "common/Lock.h"
 #include "platform/PathConventions.h"
 #include "platform/VolumeTable.h"
+#include "search/OSItemFilter.h"
 
 namespace velmora {
 
 // The file-system facts the engine asks for: operating-system folders,
 // invisible and package paths, disks and their keys, how boot-volume paths
 // are written. Safe to call from many threads: the package cache is locked.
-class FSUtilities {
+class FSUtilities final : public OSItemFilter {
  public:
   // Whether a folder is a package (an application bundle); absent when it
   // cannot be told. No folder is one on Linux.
@@ -29,9 +30,9 @@ class FSUtilities {
   const PathConventions& conventions() const { return conventions_; }
   VolumeTable volumes() const;
 
-  bool isInsideOSDirectory(std::string_view path) const { return conventions_.isInsideOSDirectory(path); }
-  bool isInvisibleOrInsidePackage(std::string_view path);
-  bool hasPackageExtension(std::string_view path);
+  bool isInsideOSDirectory(const std::string& path) override { return conventions_.isInsideOSDirectory(path); }
+  bool isInvisibleOrInsidePackage(const std::string& path) override;
+  bool hasPackageExtension(const std::string& path);
 
   // The stable key of a disk: volume name, capacity and format, so a disk is
   // known again from one run to the next. Empty without a name.

@@ -1,14 +1,82 @@
 #include "search/SearchLocation.h"
 
 #include "common/AppDirectories.h"
+#include "common/SharedAdditions.h"
+#include "platform/PathConventions.h"
+#include "search/DiskInfoManager.h"
+#include "search/FSUtilities.h"
 
 namespace velmora {
 
-// First cut: url targets by plain path prefix; the preset lists and the
-// boot-volume rules come with the volume layer.
+namespace {
+
+bool startsWith(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
+}
+
+std::string homeDirectory() {
+  std::string home = AppDirectories::homeDirectory().string();
+  while (home.size() > 1 && home.back() == '/') home.pop_back();
+  return home;
+}
+
+std::vector<std::string> presetURLs(SearchLocationURLSet preset) {
+  if (preset == SearchLocationURLSet::home) return {homeDirectory()};
+  std::vector<std::string> urls;
+  auto volumes = DiskInfoManager::shared().volumes();
+  auto pick = [&](auto test) {
+    for (const auto& disk : volumes)
+      if (test(disk)) urls.push_back(disk.url);
+  };
+  auto local = [](const DiskInfo& d) { return d.isLocal && !d.isBackup; };
+  switch (preset) {
+    case SearchLocationURLSet::macDisks:
+      pick([&](const DiskInfo& d) { return local(d) && d.isMacFS; });
+      break;
+    case SearchLocationURLSet::localDisks:
+    case SearchLocationURLSet::allDisks:
+      pick([&](const DiskInfo& d) { return local(d) && d.isMacFS; });
+      pick([&](const DiskInfo& d) { return local(d) && !d.isMacFS; });
+      if (preset == SearchLocationURLSet::allDisks) {
+        pick([](const DiskInfo& d) { return !d.isLocal; });
+        pick([](const DiskInfo& d) { return d.isBackup; });
+      }
+      break;
+    case SearchLocationURLSet::networkDisks:
+      pick([](const DiskInfo& d) { return !d.isLocal; });
+      break;
+    case SearchLocationURLSet::backups:
+      pick([](const DiskInfo& d) { return d.isBackup; });
+      break;
+    case SearchLocationURLSet::home:
+      break;
+  }
+  return urls;
+}
+
+}  // namespace
+
+std::string locationName(SearchLocationURLSet preset) {
+  switch (preset) {
+    case SearchLocationURLSet::allDisks: return "All Disks";
+    case SearchLocationURLSet::macDisks: return "Linux-Formatted Disks";
+    case SearchLocationURLSet::localDisks: return "Local Disks";
+    case SearchLocationURLSet::networkDisks: return "Network Disks";
+    case SearchLocationURLSet::backups: return "Backup Disks";
+    case SearchLocationURLSet::home: return "Home";
+  }
+  return {};
+}
 
 SearchLocation::SearchLocation(std::vector<SearchTarget> targets, std::string name)
-    : allTargets(std::move(targets)), locationName(std::move(name)) {}
+    : allTargets(std::move(targets)), locationName(std::move(name)) {
+  if (!locationName.empty() || allTargets.empty()) return;
+  const auto& first = allTargets.front();
+  if (first.kind == SearchTarget::Kind::url)
+    locationName = SharedAdditions::displayName(first.url);
+  else if (first.offline)
+    locationName = first.offline->displayName();
+}
 
 SearchLocation SearchLocation::fromURLs(const std::vector<std::string>& urls, std::string name) {
   std::vector<SearchTarget> targets;
@@ -19,9 +87,8 @@ SearchLocation SearchLocation::fromURLs(const std::vector<std::string>& urls, st
 SearchLocation SearchLocation::fromPreset(SearchLocationURLSet preset, std::string name) {
   SearchLocation location;
   location.locationSet = preset;
-  location.locationName = name.empty() ? "in home" : std::move(name);
-  if (preset == SearchLocationURLSet::home)
-    location.allTargets.push_back(SearchTarget::forURL(AppDirectories::homeDirectory().string()));
+  location.locationName = name.empty() ? velmora::locationName(preset) : std::move(name);
+  for (auto& url : presetURLs(preset)) location.allTargets.push_back(SearchTarget::forURL(std::move(url)));
   return location;
 }
 
@@ -32,14 +99,58 @@ std::vector<std::string> SearchLocation::locationURLs() const {
   return urls;
 }
 
-std::vector<std::string> SearchLocation::disksForLocations() const { return locationURLs(); }
+std::vector<std::string> SearchLocation::disksForLocations() const {
+  return disksForLocations(FSUtilities::shared().conventions());
+}
+
+std::vector<std::string> SearchLocation::disksForLocations(const PathConventions& conventions) const {
+  return conventions.disksForLocations(locationURLs());
+}
+
+std::vector<std::shared_ptr<CacheVC_IndexInterface>> SearchLocation::cachesForLocations(
+    const std::vector<std::shared_ptr<CacheVC_IndexInterface>>& allIndexes) const {
+  const auto& conventions = FSUtilities::shared().conventions();
+  auto roots = conventions.namedBootVolumeURLsToSlashRoot(disksForLocations(conventions));
+  std::vector<std::shared_ptr<CacheVC_IndexInterface>> caches;
+  for (const auto& index : allIndexes) {
+    if (!index) continue;
+    std::string target = index->targetPath();
+    for (const auto& root : roots)
+      if (!target.empty() && startsWith(target, root)) {
+        caches.push_back(index);
+        break;
+      }
+  }
+  for (const auto& t : allTargets)
+    if (t.kind == SearchTarget::Kind::offline && t.offline) caches.push_back(t.offline);
+  return caches;
+}
 
 bool SearchLocation::pathIsInLocation(const std::string& path) const {
+  return pathIsInLocation(path, FSUtilities::shared().conventions());
+}
+
+bool SearchLocation::pathIsInLocation(const std::string& path, const PathConventions& conventions) const {
+  if (locationSet == SearchLocationURLSet::home) {
+    std::string_view rest = path;
+    if (!conventions.systemDataVolume.empty() && startsWith(rest, conventions.systemDataVolume))
+      rest.remove_prefix(conventions.systemDataVolume.size());
+    else if (conventions.namesBootVolume && conventions.bootVolume && startsWith(rest, *conventions.bootVolume))
+      rest.remove_prefix(conventions.bootVolume->size());
+    return startsWith(rest, homeDirectory());
+  }
+  std::string corrected = conventions.correctRootBasedPath(path);
   for (const auto& t : allTargets) {
-    if (t.kind == SearchTarget::Kind::url) {
-      if (t.url == "/" || path.rfind(t.url, 0) == 0) return true;
-    } else if (t.offline && !t.offline->targetPath().empty() &&
-               path.rfind(t.offline->targetPath(), 0) == 0) {
+    if (t.kind == SearchTarget::Kind::offline) {
+      if (!t.offline) continue;
+      std::string target = t.offline->targetPath();
+      if (!target.empty() && startsWith(corrected, conventions.correctRootBasedPath(target))) return true;
+    } else if (t.url == "/") {
+      // The root stands for the data half of the boot volume where there is
+      // one, and for everything where "/" is one walk.
+      const auto& data = conventions.systemDataVolume;
+      if (data.empty() ? startsWith(path, "/") : startsWith(path, data)) return true;
+    } else if (startsWith(corrected, conventions.correctRootBasedPath(t.url))) {
       return true;
     }
   }

@@ -6,6 +6,8 @@
 
 namespace velmora {
 
+struct PathConventions;
+
 // A saved index that can be searched without its disk (implemented by the
 // index subsystem). Only what locations need of it is named here.
 class CacheVC_IndexInterface {
@@ -18,6 +20,9 @@ class CacheVC_IndexInterface {
 
 // Presets of the location menu, in their fixed order.
 enum class SearchLocationURLSet { allDisks = 0, macDisks, localDisks, networkDisks, backups, home };
+
+// The name the location menu shows for a preset.
+std::string locationName(SearchLocationURLSet preset);
 
 // One thing a search looks at: a folder or disk here, or an index whose disk
 // may be away.
@@ -43,8 +48,11 @@ struct SearchLocation {
   std::string locationName;
 
   SearchLocation() = default;
+  // Without a name, the location is called after its first target.
   SearchLocation(std::vector<SearchTarget> targets, std::string name);
   static SearchLocation fromURLs(const std::vector<std::string>& urls, std::string name);
+  // The preset's volumes as DiskInfoManager lists them now (the home folder
+  // for `home`).
   static SearchLocation fromPreset(SearchLocationURLSet preset, std::string name = {});
 
   // Paths of the url targets, in order; offline targets are left out.
@@ -52,8 +60,15 @@ struct SearchLocation {
   // The disks to walk for the location, the root standing for the walks of
   // the boot volume.
   std::vector<std::string> disksForLocations() const;
-  // Whether a result's path lies in this location (a string prefix test).
+  std::vector<std::string> disksForLocations(const PathConventions& conventions) const;
+  // Of the given indexes, those that cover this location, then the offline
+  // targets.
+  std::vector<std::shared_ptr<CacheVC_IndexInterface>> cachesForLocations(
+      const std::vector<std::shared_ptr<CacheVC_IndexInterface>>& allIndexes) const;
+  // Whether a result's path lies in this location: a plain string prefix
+  // test, with no boundary at a path component.
   bool pathIsInLocation(const std::string& path) const;
+  bool pathIsInLocation(const std::string& path, const PathConventions& conventions) const;
   bool singleMatchFor(const std::string& url) const;
 
   bool operator==(const SearchLocation& other) const = default;
