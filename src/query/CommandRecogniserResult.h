@@ -1,0 +1,17 @@
+#pragma once
+#include <memory>
+#include <vector>
+
+#include "query/Command.h"
+#include "query/SentenceComponent.h"
+
+namespace velmora {
+
+// What the parser made of the command area: the commands in the order of
+// their first words, and every word it recognised (no word twice).
+struct CommandRecogniserResult {
+  std::vector<std::shared_ptr<Command>> commands;
+  std::vector<SentenceComponent> recognisedParts;
+};
+
+}  // namespace velmora

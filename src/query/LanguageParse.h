@@ -1,0 +1,55 @@
+#pragma once
+#include <any>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "query/CommandFactory.h"
+#include "query/CommandRecogniserResult.h"
+#include "query/SentenceComponent.h"
+
+namespace velmora {
+
+// What a variable parser took from the front of the remaining words: a value
+// (empty when the words are consumed without adding an argument) and how
+// many words it used.
+struct VariableParserResult {
+  std::any value;
+  int numberOfConsumedWords = 0;
+};
+
+// Matches the words of a command area against the sentence templates and
+// makes commands through the factories. Holds the variable parsers
+// ("~string", "~integer", ...) and the completors of the auto-completion.
+class LanguageParse {
+ public:
+  using VariableParser =
+      std::function<std::optional<VariableParserResult>(const std::vector<SentenceComponent>& words)>;
+  using VariableCompletor =
+      std::function<std::optional<std::string>(const std::vector<SentenceComponent>& words)>;
+
+  std::map<std::string, VariableParser> variableParsers;
+  std::map<std::string, VariableCompletor> variableCompletors;
+
+  LanguageParse();
+
+  // All commands in the words, in the order of their first words, with every
+  // recognised word. Words that start no command are skipped.
+  std::optional<CommandRecogniserResult> allMatches(const std::vector<SentenceComponent>& inputWords) const;
+
+  // The factory table, in its fixed order.
+  static const std::vector<std::shared_ptr<CommandFactory>>& factories();
+  // The first factory that implements the name, or nothing.
+  static std::shared_ptr<CommandFactory> findFactory(std::string_view commandName);
+
+ private:
+  // The one command at the head of the words (if any) and the words that
+  // template attempts recognised.
+  CommandRecogniserResult doesMatch(const std::vector<SentenceComponent>& inputWords) const;
+};
+
+}  // namespace velmora
