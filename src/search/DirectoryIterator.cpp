@@ -85,7 +85,7 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
   if (path.empty() && !options.listRoot) return listing;
   if (!attrBuffer_) return listing;
   listing.items.reserve(128);
-  listing.hasAttributes.reserve(128);
+  listing.wanted.reserve(128);
 
   std::string directory(path);
   FileDescriptor fd(::open(directory.empty() ? "/" : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -117,17 +117,17 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
       item.name = SharedAdditions::isValidUTF8(raw) ? std::string(raw) : SharedAdditions::repairedUTF8(raw);
       item.isDirectory = type == DT_DIR;
       item.object = entry->d_ino;
-      bool attributes = type == DT_UNKNOWN || !options.wantsAttributes ||
-                        options.wantsAttributes(item.name, item.isDirectory);
-      if (type == DT_UNKNOWN && !readAttributes(fd.get(), rawName, item)) continue;
-      if (attributes && type != DT_UNKNOWN && !readAttributes(fd.get(), rawName, item)) {
-        // Gone since it was listed, or replaced by something else.
-        continue;
-      }
+      // Without a type in the entry, the stat has to come first.
+      bool read = type == DT_UNKNOWN;
+      if (read && !readAttributes(fd.get(), rawName, item)) continue;
       item.fullPath.reserve(directory.size() + 1 + item.name.size());
       item.fullPath.append(directory).append("/").append(item.name);
+      bool wanted = !options.wantsAttributes || options.wantsAttributes(item);
+      // An entry gone since it was listed, or replaced by a link or a
+      // special file, is left out.
+      if (wanted && !read && !readAttributes(fd.get(), rawName, item)) continue;
       listing.items.push_back(std::move(item));
-      listing.hasAttributes.push_back(attributes ? 1 : 0);
+      listing.wanted.push_back(wanted ? 1 : 0);
     }
   }
   return listing;

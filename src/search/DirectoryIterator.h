@@ -23,21 +23,22 @@ class DirectoryIterator {
   static constexpr int attrBufferSize = 0x10000;
 
   using HasCanceled = std::function<bool()>;
-  // Decides from name and type alone whether an entry's attributes (size,
-  // times, identity) are read.
-  using WantsAttributes = std::function<bool(std::string_view name, bool isDirectory)>;
+  // Decides from name, path and type alone (the item has nothing else yet)
+  // whether an entry is wanted; only wanted entries get their attributes
+  // (size, times, identity) read.
+  using WantsAttributes = std::function<bool(const FSItemAndAttrs& item)>;
 
   struct Options {
     // List "/" itself: on Linux the boot volume is walked from "/".
     bool listRoot = false;
-    // Attributes for every entry when empty.
+    // Every entry is wanted when empty.
     WantsAttributes wantsAttributes;
   };
   struct Listing {
     int error = 0;
     std::vector<FSItemAndAttrs> items;
-    // Per item: whether its attributes were read.
-    std::vector<std::uint8_t> hasAttributes;
+    // Per item: whether it was wanted, and so has its attributes.
+    std::vector<std::uint8_t> wanted;
   };
   struct URLContents {
     std::vector<std::string> files;

@@ -139,18 +139,25 @@ bool SearchLocation::pathIsInLocation(const std::string& path, const PathConvent
       rest.remove_prefix(conventions.bootVolume->size());
     return startsWith(rest, homeDirectory());
   }
-  std::string corrected = conventions.correctRootBasedPath(path);
+  // Called for every entry of a crawl: where paths need no correction the
+  // test makes no copies.
+  std::string correctedPath;
+  std::string_view corrected = path;
+  if (conventions.namesBootVolume) corrected = correctedPath = conventions.correctRootBasedPath(path);
+  auto correct = [&](const std::string& target) {
+    return conventions.namesBootVolume ? conventions.correctRootBasedPath(target) : target;
+  };
   for (const auto& t : allTargets) {
     if (t.kind == SearchTarget::Kind::offline) {
       if (!t.offline) continue;
       std::string target = t.offline->targetPath();
-      if (!target.empty() && startsWith(corrected, conventions.correctRootBasedPath(target))) return true;
+      if (!target.empty() && startsWith(corrected, correct(target))) return true;
     } else if (t.url == "/") {
       // The root stands for the data half of the boot volume where there is
       // one, and for everything where "/" is one walk.
       const auto& data = conventions.systemDataVolume;
       if (data.empty() ? startsWith(path, "/") : startsWith(path, data)) return true;
-    } else if (startsWith(corrected, conventions.correctRootBasedPath(t.url))) {
+    } else if (conventions.namesBootVolume ? startsWith(corrected, correct(t.url)) : startsWith(corrected, t.url)) {
       return true;
     }
   }
