@@ -84,6 +84,8 @@ class SearchManager final : public SearchDataSourceDelegate,
   std::int64_t numberOfItemsInQueue() const { return numberOfItemsInQueue_.value(); }
   const QueryContainer& currentSearchQuery() const { return currentSearchQuery_; }
   std::vector<std::shared_ptr<SearchDataSource>> allDataSources() const { return allDataSources_.value(); }
+  // Raw results waiting for the workers, in the order they will be taken.
+  std::vector<SearchResult> queuedResults() const { return queuedResults_.value(); }
 
  private:
   SearchManager(std::weak_ptr<SearchManagerDelegate> delegate, bool searchInsideSystemAndApps,
