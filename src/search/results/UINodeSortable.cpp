@@ -1,0 +1,80 @@
+#include "search/results/UINodeSortable.h"
+
+#include "search/results/CollationKey.h"
+#include "stores/PreferenceStore.h"
+
+namespace velmora {
+
+SortOptions SortOptions::fromPreferences(std::optional<std::string> queryWords) {
+  auto& store = PreferenceStore::shared();
+  SortOptions options;
+  options.queryWords = std::move(queryWords);
+  options.moveFoldersToTop = store.boolForKey("moveFoldersToTop");
+  options.moveItemsStartingWithQueryToTop = store.boolForKey("moveItemsStartingWithQueryToTop");
+  return options;
+}
+
+UINodeSortable::UINodeSortable(UINodePtr node, const SortOptions& options) : target(std::move(node)) {
+  const UINode& n = *target;
+  if (options.queryWords) {
+    // As UINode::sortScore, from the node's cached lower-case stem.
+    if (options.moveFoldersToTop && n.kind() == UINode::Kind::folder) sortScore = -1000;
+    if (options.moveItemsStartingWithQueryToTop && n.lowercasedStem().rfind(*options.queryWords, 0) == 0)
+      sortScore -= 500;
+  }
+  displayPath = n.displayPath;
+  totalSize = n.totalSize;
+  modificationDate = n.modificationDate;
+  creationDate = n.creationDate;
+  displayInside = n.displayInside;
+  displayKind = n.displayKind();
+  displayName = n.displayName();
+  contentSearchResultsRank = n.contentSearchResultsRank;
+  displayNameKey = n.displayNameKey();
+  displayKindKey = n.displayKindKey();
+}
+
+namespace {
+template <typename T>
+int three(const T& a, const T& b) {
+  return a < b ? -1 : (b < a ? 1 : 0);
+}
+}  // namespace
+
+int UINodeOrder::compare(const UINodeSortable& a, const UINodeSortable& b) const {
+  const int direction = ascending_ ? 1 : -1;
+  int c = 0;
+  switch (column_) {
+    case Column::image:
+      break;
+    case Column::name:
+      if ((c = three(a.sortScore, b.sortScore))) return c;
+      return direction * CollationKey::compare(a.displayNameKey, b.displayNameKey);
+    case Column::size:
+      c = three(a.totalSize, b.totalSize);
+      break;
+    case Column::modDate:
+      c = three(a.modificationDate, b.modificationDate);
+      break;
+    case Column::created:
+      c = three(a.creationDate, b.creationDate);
+      break;
+    case Column::kind:
+      if ((c = CollationKey::compare(a.displayKindKey, b.displayKindKey))) return direction * c;
+      return direction * CollationKey::compare(a.displayNameKey, b.displayNameKey);
+    case Column::inside:
+      c = three(a.displayInside, b.displayInside);
+      break;
+    case Column::path:
+      c = three(a.displayPath, b.displayPath);
+      break;
+    case Column::rank:
+      c = three(a.contentSearchResultsRank, b.contentSearchResultsRank);
+      break;
+  }
+  if (c) return direction * c;
+  // The last key is the name, A to Z whatever the direction.
+  return CollationKey::compare(a.displayNameKey, b.displayNameKey);
+}
+
+}  // namespace velmora

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "search/results/ByteCountFormatter.h"
+#include "search/results/UINode.h"
+#include "search/results/UINodeSortable.h"
+
+namespace velmora {
+namespace {
+
+UINodePtr node(const std::string& path, std::uint64_t size = 0, bool folder = false, std::int64_t mod = 0,
+               std::int64_t rank = 0) {
+  SearchResult r;
+  r.path = path;
+  r.size = size;
+  r.isDirectory = folder;
+  r.modDate = mod;
+  r.creationDate = -mod;
+  r.contentSearchResultsRank = rank;
+  return std::make_shared<UINode>(r);
+}
+
+std::vector<std::string> names(const std::vector<UINodePtr>& nodes) {
+  std::vector<std::string> out;
+  for (const auto& n : nodes) out.push_back(n->displayName());
+  return out;
+}
+
+std::vector<std::string> sorted(const std::vector<UINodePtr>& nodes, Column column, bool reversed,
+                                SortOptions options = {}) {
+  return names(UINode::sortNodes(nodes, column, reversed, options));
+}
+
+TEST(UINode, MadeFromAResultWithoutTouchingTheDisk) {
+  auto file = node("/nowhere/Reports/Budget 2024.PDF", 1500);
+  EXPECT_EQ(file->displayName(), "Budget 2024.PDF");
+  EXPECT_EQ(file->displayInside, "Reports");
+  EXPECT_EQ(file->displayTotalSize, "2 KB");
+  EXPECT_EQ(file->displayKind(), "PDF document");
+  EXPECT_EQ(file->lowercasedStem(), "budget 2024");
+  EXPECT_EQ(file->kind(), UINode::Kind::file);
+  auto folder = node("/nowhere/Projects", 999, true);
+  EXPECT_EQ(folder->kind(), UINode::Kind::folder);
+  EXPECT_EQ(folder->displayKind(), "Folder");
+  EXPECT_EQ(folder->totalSize, 0u);
+  EXPECT_EQ(node("/nowhere/Tool.app", 0, true)->kind(), UINode::Kind::package);
+  EXPECT_EQ(node("/nowhere/.bashrc")->displayKind(), "Document");
+  EXPECT_EQ(node("/nowhere/notes.zzq")->displayKind(), "ZZQ file");
+}
+
+TEST(ByteCountFormatter, DecimalUnitsWithAdaptiveDigits) {
+  using ByteCountFormatter::stringFromByteCount;
+  EXPECT_EQ(stringFromByteCount(0), "Zero KB");
+  EXPECT_EQ(stringFromByteCount(1), "1 byte");
+  EXPECT_EQ(stringFromByteCount(999), "999 bytes");
+  EXPECT_EQ(stringFromByteCount(1000), "1 KB");
+  EXPECT_EQ(stringFromByteCount(999999), "1 MB");
+  EXPECT_EQ(stringFromByteCount(1500000), "1.5 MB");
+  EXPECT_EQ(stringFromByteCount(1234567890), "1.23 GB");
+  EXPECT_EQ(stringFromByteCount(2000000000000), "2 TB");
+}
+
+TEST(UINode, SortScorePromotions) {
+  SortOptions both{std::string("rep"), true, true};
+  EXPECT_EQ(UINode::sortScore("/a/Report.txt", both, false), -500);  // lower-cased on the item's side
+  EXPECT_EQ(UINode::sortScore("/a/reports", both, true), -1500);
+  EXPECT_EQ(UINode::sortScore("/a/Other", both, true), -1000);
+  EXPECT_EQ(UINode::sortScore("/a/my report.txt", both, false), 0);
+  SortOptions foldersOnly{std::string("rep"), true, false};
+  EXPECT_EQ(UINode::sortScore("/a/report", foldersOnly, true), -1000);
+  EXPECT_EQ(UINode::sortScore("/a/report.txt", foldersOnly, false), 0);
+  // The extension is not part of what the words are compared with.
+  SortOptions dotted{std::string("reporttxt"), false, true};
+  EXPECT_EQ(UINode::sortScore("/a/report.txt", dotted, false), 0);
+}
+
+TEST(UINode, EveryColumnSortsBothWaysWithNameAsTheLastKey) {
+  std::vector<UINodePtr> nodes{
+      node("/d/b/file 10.txt", 300, false, 30, 2), node("/d/a/file 9.txt", 100, false, 10, 3),
+      node("/d/c/File 2.png", 300, false, 20, 1), node("/d/a/alpha.txt", 200, false, 40, 2)};
+  EXPECT_EQ(sorted(nodes, Column::name, false),
+            (std::vector<std::string>{"alpha.txt", "File 2.png", "file 9.txt", "file 10.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::name, true),
+            (std::vector<std::string>{"file 10.txt", "file 9.txt", "File 2.png", "alpha.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::size, false),
+            (std::vector<std::string>{"file 9.txt", "alpha.txt", "File 2.png", "file 10.txt"}));
+  // Equal sizes stay A to Z when the sizes are reversed.
+  EXPECT_EQ(sorted(nodes, Column::size, true),
+            (std::vector<std::string>{"File 2.png", "file 10.txt", "alpha.txt", "file 9.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::modDate, false),
+            (std::vector<std::string>{"file 9.txt", "File 2.png", "file 10.txt", "alpha.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::modDate, true),
+            (std::vector<std::string>{"alpha.txt", "file 10.txt", "File 2.png", "file 9.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::created, false),
+            (std::vector<std::string>{"alpha.txt", "file 10.txt", "File 2.png", "file 9.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::kind, false),
+            (std::vector<std::string>{"alpha.txt", "file 9.txt", "file 10.txt", "File 2.png"}));
+  // Kind reversed reverses the names within one kind as well.
+  EXPECT_EQ(sorted(nodes, Column::kind, true),
+            (std::vector<std::string>{"File 2.png", "file 10.txt", "file 9.txt", "alpha.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::inside, true),
+            (std::vector<std::string>{"File 2.png", "file 10.txt", "alpha.txt", "file 9.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::path, false),
+            (std::vector<std::string>{"alpha.txt", "file 9.txt", "file 10.txt", "File 2.png"}));
+  EXPECT_EQ(sorted(nodes, Column::rank, true),
+            (std::vector<std::string>{"file 9.txt", "alpha.txt", "file 10.txt", "File 2.png"}));
+  // The image column has no key of its own: names A to Z in both directions.
+  EXPECT_EQ(sorted(nodes, Column::image, true), sorted(nodes, Column::name, false));
+}
+
+TEST(UINode, PromotionsApplyUnderTheNameColumnAlone) {
+  std::vector<UINodePtr> nodes{node("/d/zeta", 0, true), node("/d/apple.txt", 5), node("/d/Budget.txt", 9),
+                               node("/d/budget", 0, true), node("/d/beta", 0, true)};
+  SortOptions options{std::string("bud"), true, true};
+  EXPECT_EQ(sorted(nodes, Column::name, false, options),
+            (std::vector<std::string>{"budget", "beta", "zeta", "Budget.txt", "apple.txt"}));
+  // Reversing the names keeps the promoted ones on top.
+  EXPECT_EQ(sorted(nodes, Column::name, true, options),
+            (std::vector<std::string>{"budget", "zeta", "beta", "Budget.txt", "apple.txt"}));
+  EXPECT_EQ(sorted(nodes, Column::size, false, options),
+            (std::vector<std::string>{"beta", "budget", "zeta", "apple.txt", "Budget.txt"}));
+  // Without a known query there is no promotion at all.
+  SortOptions noQuery{std::nullopt, true, true};
+  EXPECT_EQ(sorted(nodes, Column::name, false, noQuery),
+            (std::vector<std::string>{"apple.txt", "beta", "budget", "Budget.txt", "zeta"}));
+}
+
+}  // namespace
+}  // namespace velmora
