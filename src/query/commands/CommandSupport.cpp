@@ -1,0 +1,63 @@
+#include "query/commands/CommandSupport.h"
+
+#include <memory>
+
+#include <unicode/brkiter.h>
+#include <unicode/unistr.h>
+
+namespace velmora::commandsupport {
+
+std::string_view lastPathComponent(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  std::size_t slash = path.rfind('/');
+  if (slash == std::string_view::npos || path.size() == 1) return path;
+  return path.substr(slash + 1);
+}
+
+std::string_view deletingLastPathComponent(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  std::size_t slash = path.rfind('/');
+  if (slash == std::string_view::npos) return {};
+  if (slash == 0) return path.substr(0, 1);
+  return path.substr(0, slash);
+}
+
+std::string_view pathExtension(std::string_view path) {
+  std::string_view name = lastPathComponent(path);
+  std::size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return {};
+  return name.substr(dot + 1);
+}
+
+std::size_t characterCount(std::string_view text) {
+  bool ascii = true;
+  for (unsigned char c : text)
+    if (c >= 0x80) {
+      ascii = false;
+      break;
+    }
+  if (ascii) return text.size();
+  icu::UnicodeString u = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), int32_t(text.size())));
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::BreakIterator> it(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  if (U_FAILURE(status)) return std::size_t(u.countChar32());
+  it->setText(u);
+  std::size_t count = 0;
+  for (int32_t p = it->next(); p != icu::BreakIterator::DONE; p = it->next()) ++count;
+  return count;
+}
+
+std::optional<long long> intArg(const std::vector<std::any>& args, std::size_t index) {
+  if (auto p = arg<int>(args, index)) return *p;
+  if (auto p = arg<long>(args, index)) return *p;
+  if (auto p = arg<long long>(args, index)) return *p;
+  return std::nullopt;
+}
+
+std::optional<std::string> textArg(const std::vector<std::any>& args, std::size_t index) {
+  if (auto p = arg<std::string>(args, index)) return *p;
+  if (auto p = arg<SentenceComponent>(args, index)) return p->textOriginalCase;
+  return std::nullopt;
+}
+
+}  // namespace velmora::commandsupport
