@@ -131,6 +131,10 @@ void IgnoreItems::changeDisplayItemValue(std::size_t index, const std::string& n
 void IgnoreItems::startup() {
   auto& store = PreferenceStore::shared();
   if (!store.boolForKey("firstIgnoreItemsLoad")) store.set("firstIgnoreItemsLoad", true);
+  installQueryIgnoreList();
+}
+
+void IgnoreItems::installQueryIgnoreList() {
   QueryContainer::setIgnoreListMaker([] { return std::make_shared<const IgnoreItems>(); });
 }
 

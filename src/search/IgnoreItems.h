@@ -42,6 +42,8 @@ class IgnoreItems final : public QueryIgnoreList {
 
   // Marks the first load; installs the ignore list of every new query.
   static void startup();
+  // Every new query reads the lists afresh from the preferences.
+  static void installQueryIgnoreList();
 
  private:
   PreferenceStore& store_;
