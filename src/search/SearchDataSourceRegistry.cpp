@@ -1,6 +1,7 @@
 #include "search/SearchDataSourceRegistry.h"
 
 #include "search/FSUtilities.h"
+#include "search/FileSystemSearch.h"
 
 namespace velmora {
 
@@ -10,6 +11,8 @@ namespace velmora {
 // is one line here.
 const std::vector<SearchDataSourceMaker>& SearchDataSourceRegistry::makers() {
   static const std::vector<SearchDataSourceMaker> table = {
+      {SourceCondition::wordBasedWithoutOwnLocations, "FileSystemSearch",
+       [] { return std::make_shared<FileSystemSearch>(); }},
   };
   return table;
 }
