@@ -11,6 +11,7 @@
 #include "query/CommandFactory.h"
 #include "query/CommandRecogniserResult.h"
 #include "query/SentenceComponent.h"
+#include "query/SentenceTemplate.h"
 
 namespace velmora {
 
@@ -41,8 +42,20 @@ class LanguageParse {
   // recognised word. Words that start no command are skipped.
   std::optional<CommandRecogniserResult> allMatches(const std::vector<SentenceComponent>& inputWords) const;
 
-  // The factory table, in its fixed order.
+  // The template that wins at the head of the words, with its arguments:
+  // the first complete match with the most words.
+  std::optional<MatchedSentenceTemplate> bestMatch(const std::vector<SentenceComponent>& inputWords) const;
+
+  // The templates in use: the embedded file, unless replaced (tests, tools).
+  const std::vector<SentenceTemplate>& templates() const;
+  void useTemplates(std::shared_ptr<const std::vector<SentenceTemplate>> templates);
+
+  // The factory table, in its fixed order. Families built in other libraries
+  // (content, mail, image, metadata, app lists) fill their slot with
+  // plugFactory at start-up, before the first query; until then their
+  // command names are recognised and make no command.
   static const std::vector<std::shared_ptr<CommandFactory>>& factories();
+  static bool plugFactory(std::string_view slotName, std::shared_ptr<CommandFactory> factory);
   // The first factory that implements the name, or nothing.
   static std::shared_ptr<CommandFactory> findFactory(std::string_view commandName);
 
@@ -50,6 +63,10 @@ class LanguageParse {
   // The one command at the head of the words (if any) and the words that
   // template attempts recognised.
   CommandRecogniserResult doesMatch(const std::vector<SentenceComponent>& inputWords) const;
+  std::optional<MatchedSentenceTemplate> match(const std::vector<SentenceComponent>& inputWords,
+                                               std::vector<SentenceComponent>& parts) const;
+
+  std::shared_ptr<const std::vector<SentenceTemplate>> templates_;
 };
 
 }  // namespace velmora
