@@ -1,0 +1,47 @@
+#include "shell/QueryTextFieldsVC.h"
+
+#include <fmt/format.h>
+
+#include "common/GCDAdditions.h"
+
+namespace velmora {
+
+QueryTextFieldsVC::QueryTextFieldsVC(GCDAdditions& delays, Runner toMain)
+    : delays_(delays), toMain_(std::move(toMain)) {}
+
+QueryTextFieldsVC::~QueryTextFieldsVC() { *alive_ = false; }
+
+const std::string& QueryTextFieldsVC::setText(std::string text) {
+  auto end = text.find_first_of("\r\n");
+  if (end != std::string::npos) text.resize(end);
+  text_ = std::move(text);
+  return text_;
+}
+
+void QueryTextFieldsVC::update() {
+  // Only for display: a search parses the text anew, with its location.
+  currentQuery_.emplace(text_);
+  showBadRanges_ = true;
+  std::weak_ptr<bool> alive = alive_;
+  delays_.cancelPreviousThenPerform(fmt::format("QueryTextFieldsVC:{}", __LINE__), clearBadRangesDelay,
+                                    [this, alive, toMain = toMain_] {
+                                      toMain([this, alive] {
+                                        auto token = alive.lock();
+                                        if (!token || !*token) return;
+                                        showBadRanges_ = false;
+                                        changed();
+                                      });
+                                    });
+  changed();
+}
+
+std::vector<QueryStyleRun> QueryTextFieldsVC::styleRuns() const {
+  if (!currentQuery_) return {};
+  return currentQuery_->styleQueryString(showBadRanges_);
+}
+
+void QueryTextFieldsVC::changed() {
+  if (onChange) onChange();
+}
+
+}  // namespace velmora
