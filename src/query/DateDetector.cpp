@@ -1,6 +1,8 @@
 #include "query/DateDetector.h"
 
 #include <memory>
+#include <mutex>
+#include <string>
 
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
@@ -37,22 +39,41 @@ std::vector<icu::UnicodeString> tokens(const icu::UnicodeString& text) {
   return out;
 }
 
-}  // namespace
-
-std::vector<Date> DateDetector::simpleDatesInString(std::string_view text, const DateHelper& helper) {
-  icu::Locale locale(helper.localeId().c_str());
+// Making the two formatters costs far more than parsing with them, so they
+// are kept for the last locale and zone asked for.
+struct Formats {
+  std::string key;
   std::vector<std::unique_ptr<icu::DateFormat>> formats;
-  formats.emplace_back(icu::DateFormat::createDateInstance(icu::DateFormat::kShort, locale));
+};
+
+Formats& formatsFor(const DateHelper& helper) {
+  static Formats cached;
+  const std::string key = helper.localeId() + "|" + helper.timeZoneId();
+  if (cached.key == key && !cached.formats.empty()) return cached;
+  cached.formats.clear();
+  icu::Locale locale(helper.localeId().c_str());
+  cached.formats.emplace_back(icu::DateFormat::createDateInstance(icu::DateFormat::kShort, locale));
   UErrorCode status = U_ZERO_ERROR;
   auto fixed = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString("YYYY-MM-dd"), locale, status);
-  if (U_SUCCESS(status)) formats.push_back(std::move(fixed));
-
-  std::vector<Date> dates;
-  for (auto& format : formats) {
+  if (U_SUCCESS(status)) cached.formats.push_back(std::move(fixed));
+  for (auto& format : cached.formats) {
     if (!format) continue;
     format->adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(helper.timeZoneId())));
     format->setLenient(false);
   }
+  cached.key = key;
+  return cached;
+}
+
+}  // namespace
+
+std::vector<Date> DateDetector::simpleDatesInString(std::string_view text, const DateHelper& helper) {
+  std::vector<Date> dates;
+  // Both forms hold digits; a text without any holds no date.
+  if (text.find_first_of("0123456789") == std::string_view::npos) return dates;
+  static std::mutex mutex;
+  std::lock_guard guard(mutex);
+  auto& formats = formatsFor(helper).formats;
   for (const icu::UnicodeString& token : tokens(icu::UnicodeString::fromUTF8(text))) {
     for (auto& format : formats) {
       if (!format) continue;

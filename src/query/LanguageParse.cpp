@@ -325,9 +325,9 @@ std::optional<MatchedSentenceTemplate> LanguageParse::match(const std::vector<Se
     std::vector<std::any> args;
     while (next < t.words.size()) {
       if (offset >= n) break;
-      const std::string key = SentenceTemplate::variableKey(t.words[next]);
+      const std::string& key = t.keys[next];
       std::size_t consumed = 1;
-      auto parser = variableParsers.find(key);
+      auto parser = SentenceTemplate::isVariable(key) ? variableParsers.find(key) : variableParsers.end();
       if (parser != variableParsers.end()) {
         auto memoKey = std::make_pair(key, offset);
         auto cached = memo.find(memoKey);

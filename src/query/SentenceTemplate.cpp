@@ -38,7 +38,10 @@ SentenceTemplate::SentenceTemplate(std::string_view line) : debugTemplate(line),
   const std::string descriptor = all.back().textOriginalCase;
   all.pop_back();
   components = std::move(all);
-  for (const SentenceComponent& c : components) words.push_back(c.textOriginalCase);
+  for (const SentenceComponent& c : components) {
+    words.push_back(c.textOriginalCase);
+    keys.push_back(variableKey(c.textOriginalCase));
+  }
   numberOfKeywords = int(words.size());
 
   std::vector<std::string> pieces = split(descriptor, '/');

@@ -22,6 +22,8 @@ struct SentenceTemplate {
   std::string command;
   int numberOfKeywords = 0;
   std::map<std::string, std::string> flags;
+  // variableKey() of each word, worked out once for the matcher.
+  std::vector<std::string> keys;
 
   // A line without any word is a programming fault of the template file and
   // ends the process; use isTemplateLine() for text of unknown origin.
