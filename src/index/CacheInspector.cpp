@@ -86,6 +86,7 @@ CacheInspector::Result CacheInspector::inspect(const fs::path& file) {
   if (::stat(file.c_str(), &st) != 0)
     return {std::nullopt, fmt::format("{}: {}", name, errno == ENOENT ? "no such file" : std::strerror(errno))};
   if (!S_ISREG(st.st_mode)) return {std::nullopt, fmt::format("{} is not a regular file", name)};
+  if (st.st_size == 0) return {std::nullopt, fmt::format("{} is not an index file (it is empty)", name)};
   if (::access(file.c_str(), R_OK) != 0) return {std::nullopt, fmt::format("{}: {}", name, std::strerror(errno))};
 
   ContentIndex index(file);
