@@ -73,10 +73,19 @@ void ResultsOutlineViewVC::addResults(std::vector<UINodePtr> nodes, std::optiona
 void ResultsOutlineViewVC::showResults(std::vector<UINodePtr> items, Completion onCompletion) {
   MergeOrder order = currentOrder(lastQueryWords_);
   resultsMergeQueue_.addOperation([this, items = std::move(items), order, onCompletion]() mutable {
+    std::vector<UINodePtr> released;
+    released.reserve(sorted_.size());
+    for (auto& entry : sorted_) released.push_back(std::move(entry.sortable->target));
     sorted_.clear();
     resultsContentMap_.clear();
     sortedOrder_.reset();
+    if (items.empty()) {
+      publish(std::move(onCompletion), std::move(released));
+      return;
+    }
     mergeNode(std::move(items), order, std::move(onCompletion));
+    // The old rows go once the emptied list has been shown.
+    onMain([released = std::move(released)] {});
   });
 }
 
@@ -99,22 +108,27 @@ void ResultsOutlineViewVC::setSortColumn(Column column, bool reversed, Completio
 void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOrder& order,
                                      Completion onCompletion) {
   // The first of two nodes with one path wins, whoever found the later one.
-  std::vector<std::unique_ptr<UINodeSortable>> added;
+  UINodeOrder less(order.column, order.reversed);
+  auto entryFor = [&](std::unique_ptr<UINodeSortable> sortable) {
+    UINode* node = sortable->target.get();
+    return Entry{less.prefix(*sortable), node, std::move(sortable)};
+  };
+  std::vector<Entry> added;
   added.reserve(nodes.size());
   for (auto& node : nodes)
     if (resultsContentMap_.insert(node->fileURL).second)
-      added.push_back(std::make_unique<UINodeSortable>(std::move(node), order.options));
+      added.push_back(entryFor(std::make_unique<UINodeSortable>(std::move(node), order.options)));
 
-  UINodeOrder less(order.column, order.reversed);
-  auto byOrder = [&less](const std::unique_ptr<UINodeSortable>& a, const std::unique_ptr<UINodeSortable>& b) {
-    return less(*a, *b);
+  auto byOrder = [&less](const Entry& a, const Entry& b) {
+    if (a.key != b.key) return a.key < b.key;
+    return less(*a.sortable, *b.sortable);
   };
   if (sortedOrder_ == order && !needsFullSort_.exchange(false)) {
     // The list is already in this order: sorting the batch and merging it in
     // gives exactly the order of a stable sort of the whole list, at a cost
     // linear in the list rather than n log n per batch.
     std::stable_sort(added.begin(), added.end(), byOrder);
-    std::vector<std::unique_ptr<UINodeSortable>> merged;
+    std::vector<Entry> merged;
     merged.reserve(sorted_.size() + added.size());
     std::merge(std::make_move_iterator(sorted_.begin()), std::make_move_iterator(sorted_.end()),
                std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()),
@@ -122,31 +136,40 @@ void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOr
     sorted_ = std::move(merged);
   } else {
     // Copies are made anew: the preferences or the query may have changed.
-    for (auto& sortable : sorted_) sortable = std::make_unique<UINodeSortable>(sortable->target, order.options);
-    for (auto& sortable : added) sorted_.push_back(std::move(sortable));
+    for (auto& entry : sorted_)
+      entry = entryFor(std::make_unique<UINodeSortable>(std::move(entry.sortable->target), order.options));
+    for (auto& entry : added) sorted_.push_back(std::move(entry));
     std::stable_sort(sorted_.begin(), sorted_.end(), byOrder);
     sortedOrder_ = order;
   }
 
-  for (auto& sortable : sorted_) {
-    UINode& node = *sortable->target;
-    if (!node.hasLoadedChildren() || node.kind() == UINode::Kind::fileWithContentSummary) continue;
-    node.children.access([&](std::optional<std::vector<UINodePtr>>& children) {
-      if (children) *children = UINode::sortNodes(*children, order.column, order.reversed, order.options);
-    });
-  }
+  nodesWithChildren_.access([&](std::vector<std::weak_ptr<UINode>>& parents) {
+    std::erase_if(parents, [](const std::weak_ptr<UINode>& p) { return p.expired(); });
+    for (const auto& weak : parents) {
+      auto node = weak.lock();
+      node->children.access([&](std::optional<std::vector<UINodePtr>>& children) {
+        if (children) *children = UINode::sortNodes(*children, order.column, order.reversed, order.options);
+      });
+    }
+  });
   VLOG("merged {} new, {} in list", added.size(), sorted_.size());
   publish(std::move(onCompletion));
 }
 
-void ResultsOutlineViewVC::publish(Completion onCompletion) {
-  auto list = std::make_shared<std::vector<UINodePtr>>();
+void ResultsOutlineViewVC::publish(Completion onCompletion, std::vector<UINodePtr> released) {
+  auto list = std::make_shared<DisplayList>();
   list->reserve(sorted_.size());
-  for (const auto& sortable : sorted_) list->push_back(sortable->target);
-  onMain([this, list = ListPtr(std::move(list)), onCompletion = std::move(onCompletion)] {
+  for (const auto& entry : sorted_) list->push_back(entry.node);
+  onMain([this, list = ListPtr(std::move(list)), onCompletion = std::move(onCompletion),
+          released = std::move(released)] {
     displayNodes(list);
     if (onCompletion) onCompletion();
   });
+}
+
+void ResultsOutlineViewVC::loadChildren(const UINodePtr& node) {
+  node->loadChildren(currentColumn_, currentColumnReversed_, SortOptions::fromPreferences(lastQueryWords_));
+  nodesWithChildren_.access([&](std::vector<std::weak_ptr<UINode>>& parents) { parents.push_back(node); });
 }
 
 void ResultsOutlineViewVC::displayNodes(ListPtr list) {
@@ -158,12 +181,12 @@ void ResultsOutlineViewVC::displayNodes(ListPtr list) {
 
 std::vector<UINodePtr> ResultsOutlineViewVC::selectedNodes() const {
   std::vector<UINodePtr> selected;
-  for (const auto& node : *displayContent_)
-    if (node->isSelected) selected.push_back(node);
+  for (UINode* node : *displayContent_)
+    if (node->isSelected) selected.push_back(node->shared_from_this());
   return selected;
 }
 
-void ResultsOutlineViewVC::removeOnMergeQueue(const std::vector<UINodePtr>& nodes) {
+std::vector<UINodePtr> ResultsOutlineViewVC::removeOnMergeQueue(const std::vector<UINodePtr>& nodes) {
   std::unordered_set<const UINode*> gone;
   for (const auto& node : nodes) {
     gone.insert(node.get());
@@ -173,34 +196,38 @@ void ResultsOutlineViewVC::removeOnMergeQueue(const std::vector<UINodePtr>& node
       });
     }
   }
-  std::erase_if(sorted_, [&](const std::unique_ptr<UINodeSortable>& s) {
-    if (!gone.count(s->target.get())) return false;
+  std::vector<UINodePtr> released;
+  std::erase_if(sorted_, [&](Entry& entry) {
+    if (!gone.count(entry.node)) return false;
     // Only a node that was in the list frees its path for later arrivals.
-    resultsContentMap_.erase(s->target->fileURL);
+    resultsContentMap_.erase(entry.node->fileURL);
+    released.push_back(std::move(entry.sortable->target));
     return true;
   });
+  return released;
 }
 
 void ResultsOutlineViewVC::remove(std::vector<UINodePtr> nodes, Completion onCompletion) {
   resultsMergeQueue_.addOperation([this, nodes = std::move(nodes), onCompletion]() mutable {
-    removeOnMergeQueue(nodes);
-    publish(std::move(onCompletion));
+    auto released = removeOnMergeQueue(nodes);
+    publish(std::move(onCompletion), std::move(released));
   });
 }
 
 void ResultsOutlineViewVC::removeOldestItemsOver(std::size_t maxItems, Completion onCompletion) {
   resultsMergeQueue_.addOperation([this, maxItems, onCompletion]() mutable {
+    std::vector<UINodePtr> released;
     if (sorted_.size() > maxItems) {
       std::size_t over = sorted_.size() - maxItems;
       std::vector<UINodePtr> byAge;
       byAge.reserve(sorted_.size());
-      for (const auto& sortable : sorted_) byAge.push_back(sortable->target);
+      for (const auto& entry : sorted_) byAge.push_back(entry.sortable->target);
       std::stable_sort(byAge.begin(), byAge.end(),
                        [](const UINodePtr& a, const UINodePtr& b) { return a->nodeCreated < b->nodeCreated; });
       byAge.resize(over);
-      removeOnMergeQueue(byAge);
+      released = removeOnMergeQueue(byAge);
     }
-    publish(std::move(onCompletion));
+    publish(std::move(onCompletion), std::move(released));
   });
 }
 
@@ -210,7 +237,7 @@ void ResultsOutlineViewVC::waitUntilMergesFinished() { resultsMergeQueue_.waitUn
 
 std::int64_t ResultsOutlineViewVC::calculateHighestRank() {
   std::int64_t highest = 0;
-  for (const auto& node : *displayContent_) highest = std::max(highest, node->contentSearchResultsRank);
+  for (const UINode* node : *displayContent_) highest = std::max(highest, node->contentSearchResultsRank);
   highestRank_ = highest;
   return highest;
 }

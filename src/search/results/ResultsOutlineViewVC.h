@@ -53,8 +53,12 @@ class ResultsOutlineViewVC {
   void remove(std::vector<UINodePtr> nodes, Completion onCompletion = {});
   void removeOldestItemsOver(std::size_t maxItems, Completion onCompletion = {});
 
-  // Main thread.
-  const std::vector<UINodePtr>& displayContent() const { return *displayContent_; }
+  // Main thread. The rows as plain pointers: a node leaves memory only on
+  // the main thread, after the list that showed it has been replaced.
+  using DisplayList = std::vector<UINode*>;
+  const DisplayList& displayContent() const { return *displayContent_; }
+  // Lists a folder row's items below it; they are sorted with each merge.
+  void loadChildren(const UINodePtr& node);
   Column currentColumn() const { return currentColumn_; }
   bool currentColumnReversed() const { return currentColumnReversed_; }
   std::vector<UINodePtr> selectedNodes() const;
@@ -86,14 +90,22 @@ class ResultsOutlineViewVC {
     SortOptions options;
     bool operator==(const MergeOrder&) const = default;
   };
-  using ListPtr = std::shared_ptr<const std::vector<UINodePtr>>;
+  using ListPtr = std::shared_ptr<const DisplayList>;
+  // One row of the sorted list: its sort prefix inline, so most comparisons
+  // of a merge never leave this array.
+  struct Entry {
+    UINodeOrder::Prefix key;
+    UINode* node;
+    std::unique_ptr<UINodeSortable> sortable;
+  };
 
   MergeOrder currentOrder(std::optional<std::string> queryWords) const;
   void mergeNode(std::vector<UINodePtr> nodes, const MergeOrder& order, Completion onCompletion);
-  void publish(Completion onCompletion);
+  void publish(Completion onCompletion, std::vector<UINodePtr> released = {});
   void displayNodes(ListPtr list);
   void applyCheck(const UINodePtr& node, const UINode::VisibleCheckResult& result);
-  void removeOnMergeQueue(const std::vector<UINodePtr>& nodes);
+  // Returns the nodes taken out, to be let go on the main thread.
+  std::vector<UINodePtr> removeOnMergeQueue(const std::vector<UINodePtr>& nodes);
   void onMain(std::function<void()> task);
 
   Runner toMain_;
@@ -104,12 +116,13 @@ class ResultsOutlineViewVC {
   // Merge queue only.
   SerialQueue resultsMergeQueue_{"ResultsOutlineViewVC resultsMergeQueue"};
   std::unordered_set<std::string> resultsContentMap_;
-  std::vector<std::unique_ptr<UINodeSortable>> sorted_;
+  std::vector<Entry> sorted_;
+  Locked<std::vector<std::weak_ptr<UINode>>> nodesWithChildren_;
   std::optional<MergeOrder> sortedOrder_;
   std::atomic<bool> needsFullSort_{false};
 
   // Main thread.
-  ListPtr displayContent_ = std::make_shared<std::vector<UINodePtr>>();
+  ListPtr displayContent_ = std::make_shared<DisplayList>();
   Column currentColumn_ = Column::name;
   bool currentColumnReversed_ = false;
   std::optional<std::string> lastQueryWords_;

@@ -48,6 +48,18 @@ class UINodeOrder {
   int compare(const UINodeSortable& a, const UINodeSortable& b) const;
   bool operator()(const UINodeSortable& a, const UINodeSortable& b) const { return compare(a, b) < 0; }
 
+  // Three numbers whose order agrees with compare() wherever they differ:
+  // the leading part of the keys compare() reads, direction applied. Long
+  // lists compare these inline and read the full keys only on a tie.
+  struct Prefix {
+    std::uint64_t primary = 0;
+    std::uint64_t secondary = 0;
+    std::uint64_t tertiary = 0;
+    bool operator==(const Prefix&) const = default;
+    auto operator<=>(const Prefix&) const = default;
+  };
+  Prefix prefix(const UINodeSortable& s) const;
+
  private:
   Column column_;
   bool ascending_;
