@@ -1,6 +1,7 @@
 #pragma once
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "query/CommandApplyResult.h"
@@ -55,6 +56,9 @@ class Command {
 
   // The class name without namespace ("DateCommand"); the dynamic type.
   std::string typeName() const;
+  // Whether the dynamic type's class name (without namespace) is `name`;
+  // cheap enough for every name test of a crawl.
+  bool isOfTypeNamed(std::string_view name) const;
   // By default the type name and the command text.
   virtual std::string debugDescription() const;
 

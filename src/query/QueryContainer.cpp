@@ -186,7 +186,7 @@ bool QueryContainer::isORCommandSearch() const {
 
 std::shared_ptr<Command> QueryContainer::findCommand(std::string_view typeName) const {
   for (const auto& command : commandsFoundInQuery)
-    if (command && command->typeName() == typeName) return command;
+    if (command && command->isOfTypeNamed(typeName)) return command;
   return nullptr;
 }
 
