@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "app/CliRegistry.h"
+#include "app/QueryWindowCli.h"
 #include "common/Logger.h"
 
 int main(int argc, char** argv) {
@@ -35,9 +36,6 @@ int main(int argc, char** argv) {
     // Usage errors exit 2, as grep does; --help and --version exit 0.
     return code == 0 ? 0 : 2;
   }
-  if (root.get_subcommands().empty()) {
-    std::cout << root.help();
-    return 0;
-  }
+  if (root.get_subcommands().empty()) return app::runQueryWindow();
   return context.exitCode;
 }

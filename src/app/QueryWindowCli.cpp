@@ -1,0 +1,36 @@
+#include "app/QueryWindowCli.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/CliRegistry.h"
+#include "app/TerminalWindow.h"
+#include "stores/HistoryController.h"
+#include "stores/Preferences.h"
+
+namespace velmora::app {
+
+namespace {
+std::vector<std::string>& windowFolders() {
+  static std::vector<std::string> folders;
+  return folders;
+}
+
+// `velmora [--in PATH ...]`: the option belongs to the command itself, not to a subcommand.
+const bool registered = registerCli(0, [](CLI::App& root, CliContext&) {
+  root.add_option("--in", windowFolders(), "without a subcommand: open the query window on this folder (repeatable)")
+      ->check(CLI::ExistingDirectory);
+});
+}  // namespace
+
+int runQueryWindow() {
+  Preferences::startup();
+  HistoryController::shared().startup();
+  TerminalWindow window(windowFolders());
+  return window.run();
+}
+
+}  // namespace velmora::app
