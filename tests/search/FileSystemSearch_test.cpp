@@ -32,6 +32,7 @@ class Recorder : public SearchDataSourceDelegate {
   bool shouldStop() const override { return stop; }
   bool wantsInvisibleItems() const override { return invisible; }
   void searchResults(std::vector<SearchResult> results, SearchDataSource&) override {
+    if (onResult) onResult(results.front().path);
     std::lock_guard guard(mutex);
     for (auto& r : results) paths.push_back(r.path);
     if (stopAfter && paths.size() >= stopAfter) stop = true;
@@ -52,6 +53,7 @@ class Recorder : public SearchDataSourceDelegate {
   std::atomic<bool> stop{false};
   bool invisible = false;
   std::size_t stopAfter = 0;
+  std::function<void(const std::string&)> onResult;
   std::atomic<std::int64_t> lastProgress{0};
   std::mutex mutex;
   std::vector<std::string> paths;
@@ -133,6 +135,19 @@ TEST(FileSystemSearch, StopsAndCancels) {
   FileSystemSearch none(fsu, nullptr);
   none.search(nowhere, handler);
   EXPECT_TRUE(none.iteratedDisks().empty());
+}
+
+TEST(FileSystemSearch, AFolderThatVanishesDuringTheWalkIsPassedOver) {
+  Tree tree;
+  FSUtilities fsu(PathConventions::linux(), {}, [] { return VolumeTable({{"/", "/dev/sda1", "ext4"}}); });
+  QueryContainer query("report", SearchLocation::fromURLs({tree.r}, {}));
+  Recorder handler;
+  // The root's own listing names "a"; it is gone before its turn comes.
+  handler.onResult = [&](const std::string& path) {
+    if (path == tree.r + "/report.txt") fs::remove_all(tree.root / "a");
+  };
+  FileSystemSearch(fsu, nullptr).search(query, handler);
+  EXPECT_EQ(handler.sorted(), under(tree.r, {"m/report.m", "report.txt"}));
 }
 
 TEST(FileSystemSearch, SkipPathsGrowWithEachDisk) {
