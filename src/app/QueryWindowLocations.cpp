@@ -7,6 +7,7 @@
 #include "common/SharedAdditions.h"
 #include "platform/MountMonitor.h"
 #include "platform/VolumeTable.h"
+#include "search/FSUtilities.h"
 #include "stores/PreferenceStore.h"
 
 namespace velmora::app {
@@ -14,6 +15,14 @@ namespace velmora::app {
 namespace {
 constexpr const char* kChoiceKey = "lastSearchlocationPopupSelectedItemName";
 constexpr const char* kHome = "in home";
+
+// As the location menu does: a folder the person points at inside a system
+// folder, or an invisible one, is searched all the same.
+void searchInsideSystemIfNeeded(const std::string& folder) {
+  auto& fs = FSUtilities::shared();
+  if (fs.isInsideOSDirectory(folder) || fs.isInvisibleOrInsidePackage(folder))
+    PreferenceStore::shared().set("searchInsideSystemAndApps", true);
+}
 }  // namespace
 
 QueryWindowLocations::QueryWindowLocations(std::vector<std::string> folders) {
@@ -21,6 +30,7 @@ QueryWindowLocations::QueryWindowLocations(std::vector<std::string> folders) {
     std::error_code error;
     auto absolute = std::filesystem::weakly_canonical(std::filesystem::absolute(folder, error), error);
     extraFolders_.push_back(error ? folder : absolute.string());
+    searchInsideSystemIfNeeded(extraFolders_.back());
   }
   rebuild();
   if (!extraFolders_.empty()) {
@@ -67,6 +77,7 @@ bool QueryWindowLocations::chooseFolder(const std::string& path) {
   if (error || !std::filesystem::is_directory(absolute, error)) return false;
   if (std::find(extraFolders_.begin(), extraFolders_.end(), absolute.string()) == extraFolders_.end())
     extraFolders_.push_back(absolute.string());
+  searchInsideSystemIfNeeded(absolute.string());
   rebuild();
   choose("in " + SharedAdditions::displayName(absolute.string()));
   return true;

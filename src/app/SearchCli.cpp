@@ -23,6 +23,7 @@
 #include "search/SearchDataSourceRegistry.h"
 #include "search/SearchLocation.h"
 #include "search/SearchManager.h"
+#include "search/results/SearchResultSort.h"
 
 namespace velmora::app {
 
@@ -75,6 +76,9 @@ struct Options {
   bool home = false, allDisks = false, localDisks = false, networkDisks = false;
   bool system = false, soundex = false, json = false;
   std::int64_t limit = 0;
+  // With a sort column the results are printed once, sorted, at the end.
+  std::string sort;
+  bool reverse = false;
 };
 
 class TerminalSearch final : public SearchManagerDelegate {
@@ -86,6 +90,11 @@ class TerminalSearch final : public SearchManagerDelegate {
   void searchManagerFoundItems(const std::vector<SearchResult>& items, std::int64_t, const QueryContainer&) override {
     for (const auto& item : items) {
       if (options_.limit > 0 && found_ >= options_.limit) break;
+      if (!options_.sort.empty()) {
+        collected_.push_back(item);
+        ++found_;
+        continue;
+      }
       std::string line = options_.json ? item.serialised() : item.path;
       line += '\n';
       std::fwrite(line.data(), 1, line.size(), stdout);
@@ -116,6 +125,12 @@ class TerminalSearch final : public SearchManagerDelegate {
   void finish() {
     if (finished_) return;
     finished_ = true;
+    if (auto column = columnFromString(options_.sort)) {
+      for (const auto& item : sortedSearchResults(collected_, *column, options_.reverse)) {
+        std::string line = (options_.json ? item.serialised() : item.path) + '\n';
+        std::fwrite(line.data(), 1, line.size(), stdout);
+      }
+    }
     std::fflush(stdout);
     if (live_) std::fputs("\r\033[K", stderr);
     std::fprintf(stderr, "%s. Search complete.\n", countText(found_).c_str());
@@ -131,6 +146,7 @@ class TerminalSearch final : public SearchManagerDelegate {
   bool stopping_ = false;
   bool finished_ = false;
   std::int64_t found_ = 0;
+  std::vector<SearchResult> collected_;
 };
 
 std::string absoluteFolder(const std::string& text) {
@@ -225,7 +241,13 @@ const bool registered = registerCli(10, [](CLI::App& root, CliContext& context) 
   search->add_flag("--soundex", options->soundex, "match names that sound like the words");
   search->add_flag("--json", options->json, "one JSON object per result");
   search->add_option("--limit", options->limit, "stop after N results")->check(CLI::NonNegativeNumber);
-  search->callback([options, &context] { context.exitCode = runSearch(*options); });
+  search->add_option("--sort", options->sort, "print once at the end, sorted by this column")
+      ->check(CLI::IsMember({"name", "size", "modDate", "created", "kind", "inside", "path"}));
+  search->add_flag("--reverse", options->reverse, "with --sort: the other way round");
+  search->callback([options, &context] {
+    if (options->reverse && options->sort.empty()) options->sort = "name";
+    context.exitCode = runSearch(*options);
+  });
 });
 
 }  // namespace

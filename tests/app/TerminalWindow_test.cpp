@@ -44,8 +44,6 @@ TEST(TerminalWindow, TypeSearchStopAndQuitInARealTerminal) {
   test::TempHome home;
   auto tree = home.tree("tree");
   for (auto name : {"report one.txt", "report two.txt", "budget.txt"}) test::writeFile(tree / name, "x");
-  // The scratch folders live under /tmp, which a search leaves out unless told otherwise.
-  test::writeFile(home.path() / "preferences.json", R"({"searchInsideSystemAndApps": true})");
 
   Tmux tmux;
   std::string command = "env VELMORA_HOME=" + test::shellQuote(home.path().string()) + " TERM=xterm-256color " +

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "search/results/ByteCountFormatter.h"
+#include "search/results/SearchResultSort.h"
 #include "search/results/UINode.h"
 #include "search/results/UINodeSortable.h"
 
@@ -126,6 +127,24 @@ TEST(UINode, PromotionsApplyUnderTheNameColumnAlone) {
   SortOptions noQuery{std::nullopt, true, true};
   EXPECT_EQ(sorted(nodes, Column::name, false, noQuery),
             (std::vector<std::string>{"apple.txt", "beta", "budget", "Budget.txt", "zeta"}));
+}
+
+TEST(SearchResultSort, CommandLineOrderMatchesTheListAndKeepsTheRecords) {
+  std::vector<SearchResult> results(3);
+  results[0].path = "/d/b";
+  results[0].size = 5;
+  results[1].path = "/d/a";
+  results[1].size = 5;
+  results[2].path = "/d/c";
+  results[2].size = 9;
+  results[2].diskKey = "disk";
+  auto sorted = sortedSearchResults(results, Column::size, true);
+  ASSERT_EQ(sorted.size(), 3u);
+  EXPECT_EQ(sorted[0].path, "/d/c");
+  EXPECT_EQ(sorted[0].diskKey, std::optional<std::string>("disk"));
+  EXPECT_EQ(sorted[0].uuid, results[2].uuid);
+  EXPECT_EQ(sorted[1].path, "/d/a");
+  EXPECT_EQ(sorted[2].path, "/d/b");
 }
 
 }  // namespace
