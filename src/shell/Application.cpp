@@ -8,9 +8,8 @@
 
 namespace velmora {
 
-int Application::run() {
-  MainQueue::adoptCurrentThread();
-  SignalWatcher signals({SIGTERM, SIGINT, SIGUSR1}, [this](int signal) {
+Application::Application(AppDelegate& delegate) : delegate_(delegate) {
+  signals_ = std::make_unique<SignalWatcher>(std::vector<int>{SIGTERM, SIGINT, SIGUSR1}, [this](int signal) {
     if (signal == SIGUSR1) {
       delegate_.ensureQueryWindowIsOpen();
       return;
@@ -18,6 +17,12 @@ int Application::run() {
     VLOG("signal {} asks to quit", signal);
     terminate();
   });
+}
+
+Application::~Application() = default;
+
+int Application::run() {
+  MainQueue::adoptCurrentThread();
   MainQueue::async([this] {
     delegate_.applicationWillFinishLaunching();
     delegate_.applicationDidFinishLaunching();

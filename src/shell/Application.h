@@ -1,4 +1,6 @@
 #pragma once
+#include <memory>
+
 #include "shell/AppDelegate.h"
 
 namespace velmora {
@@ -8,7 +10,10 @@ namespace velmora {
 // SIGUSR1 stands for the "EnsureQueryWindowIsOpen" notification.
 class Application {
  public:
-  explicit Application(AppDelegate& delegate) : delegate_(delegate) {}
+  // Watches the signals from here on: one that comes before run() is
+  // handled once the main loop starts.
+  explicit Application(AppDelegate& delegate);
+  ~Application();
 
   // Returns the exit status once the application has terminated.
   int run();
@@ -20,6 +25,7 @@ class Application {
   void finishTermination();
 
   AppDelegate& delegate_;
+  std::unique_ptr<class SignalWatcher> signals_;
   bool terminating_ = false;
   bool finished_ = false;
 };

@@ -28,6 +28,10 @@ std::optional<pid_t> readPid(int fd) {
 
 fs::path SingleInstanceLock::defaultPath() { return AppDirectories::applicationSupportDirectory() / "serve.lock"; }
 
+std::vector<fs::path> SingleInstanceLock::candidatePaths() {
+  return {defaultPath(), AppDirectories::appCachesDirectory() / "serve.lock"};
+}
+
 SingleInstanceLock::SingleInstanceLock(fs::path file) : file_(std::move(file)) {}
 
 SingleInstanceLock::~SingleInstanceLock() { release(); }

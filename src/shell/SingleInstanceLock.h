@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmora {
 
@@ -16,6 +17,9 @@ class SingleInstanceLock {
 
   // "<support folder>/serve.lock".
   static std::filesystem::path defaultPath();
+  // Where to look, in order: the support folder, then the caches folder for
+  // when the support folder cannot be written.
+  static std::vector<std::filesystem::path> candidatePaths();
 
   explicit SingleInstanceLock(std::filesystem::path file);
   ~SingleInstanceLock();

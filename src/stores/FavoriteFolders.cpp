@@ -69,6 +69,17 @@ std::optional<std::string> FavoriteFolders::add(const std::string& rawPath) {
   return key;
 }
 
+bool FavoriteFolders::addNamed(const std::string& name, const std::string& rawPath) {
+  if (name.empty() || rawPath.empty() || rawPath.front() != '/') return false;
+  fs::path path = fs::path(rawPath).lexically_normal();
+  if (path.has_relative_path() && path.filename().empty()) path = path.parent_path();
+  auto it = pairs_.find(name);
+  if (it != pairs_.end()) return it->second == path.string();
+  pairs_[name] = path.string();
+  save();
+  return true;
+}
+
 std::vector<std::pair<std::string, std::string>> FavoriteFolders::displayItems() const {
   std::vector<std::string> names;
   for (auto& [name, path] : pairs_) names.push_back(name);

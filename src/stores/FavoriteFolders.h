@@ -28,6 +28,9 @@ class FavoriteFolders {
   // Returns the name the folder is remembered under; nothing for a path that
   // is not absolute.
   std::optional<std::string> add(const std::string& path);
+  // Remembers the folder under a name of the user's choosing; false when
+  // the name is taken by another folder or the path is not absolute.
+  bool addNamed(const std::string& name, const std::string& path);
   // Removes the entry shown at `index` of displayItems().
   bool deleteDisplayItem(std::size_t index);
   bool remove(const std::string& name);

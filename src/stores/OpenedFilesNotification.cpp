@@ -13,9 +13,11 @@ struct Registry {
   std::map<int, OpenedFilesNotification::Handler> handlers;
   int nextToken = 1;
 };
+// Never destroyed: observers (process-wide stores among them) may unregister
+// during exit, after function-local statics constructed later are gone.
 Registry& registry() {
-  static Registry instance;
-  return instance;
+  static Registry* instance = new Registry;
+  return *instance;
 }
 }  // namespace
 

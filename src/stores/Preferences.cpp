@@ -92,13 +92,17 @@ void Preferences::setIsNewBuild() {
 
 bool Preferences::isNewBuild() { return newBuild; }
 
+json Preferences::defaultsDictionary() {
+  json defaults = json::object();
+  for (const auto& info : knownKeys())
+    if (!info.defaultValue.is_null()) defaults[info.key] = info.defaultValue;
+  return defaults;
+}
+
 void Preferences::startup() {
   VLOG("registering defaults");
-  json defaults = json::object();
-  for (const auto& info : knownKeys()) {
-    if (info.key == "sidebarShouldShowDownloads") break;  // added after the build check
-    if (!info.defaultValue.is_null()) defaults[info.key] = info.defaultValue;
-  }
+  json defaults = defaultsDictionary();
+  defaults.erase("sidebarShouldShowDownloads");  // added after the build check
   setIsNewBuild();
   defaults["sidebarShouldShowDownloads"] = true;
   auto& store = PreferenceStore::shared();

@@ -46,6 +46,9 @@ class Preferences {
   // build and gives "showInMenuBar" and "bringToFrontHotKey" their
   // first-time values.
   static void startup();
+  // The registered defaults alone, for tools that read settings without
+  // starting the application.
+  static nlohmann::json defaultsDictionary();
   // Records the running build; isNewBuild() tells whether it differs from
   // the build that ran last.
   static void setIsNewBuild();

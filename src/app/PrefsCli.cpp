@@ -1,0 +1,156 @@
+// `velmora prefs list | get KEY | set KEY VALUE | reset KEY`: the settings,
+// typed by their defaults.
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "app/CliRegistry.h"
+#include "stores/PreferenceStore.h"
+#include "stores/Preferences.h"
+
+namespace velmora::app {
+
+namespace {
+
+using nlohmann::json;
+using Type = Preferences::ValueType;
+
+const char* typeName(Type type) {
+  switch (type) {
+    case Type::boolean:
+      return "true or false";
+    case Type::integer:
+      return "a whole number";
+    case Type::real:
+      return "a number";
+    case Type::text:
+      return "text";
+  }
+  return "?";
+}
+
+std::optional<json> parseTyped(Type type, const std::string& text) {
+  switch (type) {
+    case Type::boolean:
+      if (text == "true" || text == "yes" || text == "on" || text == "1") return json(true);
+      if (text == "false" || text == "no" || text == "off" || text == "0") return json(false);
+      return std::nullopt;
+    case Type::integer: {
+      if (text.empty()) return std::nullopt;
+      char* end = nullptr;
+      errno = 0;
+      long long value = std::strtoll(text.c_str(), &end, 10);
+      if (*end != '\0' || errno == ERANGE) return std::nullopt;
+      return json(value);
+    }
+    case Type::real: {
+      if (text.empty()) return std::nullopt;
+      char* end = nullptr;
+      double value = std::strtod(text.c_str(), &end);
+      if (*end != '\0') return std::nullopt;
+      return json(value);
+    }
+    case Type::text:
+      return json(text);
+  }
+  return std::nullopt;
+}
+
+// Text as the user typed it: strings without quotes.
+std::string shown(const json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
+
+// The value as its type reads it (an absent key reads as false, 0 or "").
+json typedValue(const Preferences::KeyInfo& info) {
+  auto& store = PreferenceStore::shared();
+  switch (info.type) {
+    case Type::boolean:
+      return store.boolForKey(info.key);
+    case Type::integer:
+      return store.integerForKey(info.key);
+    case Type::real:
+      return store.doubleForKey(info.key);
+    case Type::text:
+      return store.stringForKey(info.key);
+  }
+  return nullptr;
+}
+
+const Preferences::KeyInfo* knownOrComplain(const std::string& key) {
+  const auto* info = Preferences::keyInfo(key);
+  if (!info) std::cerr << "velmora prefs: unknown setting \"" << key << "\" (see `velmora prefs list`)\n";
+  return info;
+}
+
+int runList() {
+  auto& store = PreferenceStore::shared();
+  for (const auto& info : Preferences::knownKeys())
+    std::cout << info.key << " = " << shown(typedValue(info)) << (store.hasUserValue(info.key) ? "" : " (default)")
+              << "\n";
+  return 0;
+}
+
+int runGet(const std::string& key) {
+  const auto* info = knownOrComplain(key);
+  if (!info) return 2;
+  std::cout << shown(typedValue(*info)) << "\n";
+  return 0;
+}
+
+int runSet(const std::string& key, const std::string& text) {
+  const auto* info = knownOrComplain(key);
+  if (!info) return 2;
+  auto value = parseTyped(info->type, text);
+  if (!value) {
+    std::cerr << "velmora prefs: \"" << key << "\" takes " << typeName(info->type) << ", not \"" << text << "\"\n";
+    return 2;
+  }
+  auto& store = PreferenceStore::shared();
+  store.set(key, *value);
+  if (auto error = store.lastSaveError(); !error.empty()) {
+    std::cerr << "velmora prefs: the setting was not saved: " << error << "\n";
+    return 1;
+  }
+  return 0;
+}
+
+int runReset(const std::string& key) {
+  if (!knownOrComplain(key)) return 2;
+  PreferenceStore::shared().remove(key);
+  return 0;
+}
+
+const bool registered = registerCli(70, [](CLI::App& root, CliContext& context) {
+  CLI::App* prefs = root.add_subcommand("prefs", "show and change settings");
+  prefs->require_subcommand(1);
+  // Settings read through the defaults, which are never written to the file.
+  prefs->parse_complete_callback(
+      [] { PreferenceStore::shared().registerDefaults(Preferences::defaultsDictionary()); });
+
+  prefs->add_subcommand("list", "every setting with its value; \"(default)\" marks values not set by you")
+      ->callback([&context] { context.exitCode = runList(); });
+
+  auto key = std::make_shared<std::string>();
+  auto value = std::make_shared<std::string>();
+  CLI::App* get = prefs->add_subcommand("get", "print one setting");
+  get->add_option("KEY", *key, "the setting's name")->required();
+  get->callback([&context, key] { context.exitCode = runGet(*key); });
+
+  CLI::App* set = prefs->add_subcommand("set", "change one setting (true/false, a number or text, by the setting)");
+  set->add_option("KEY", *key, "the setting's name")->required();
+  set->add_option("VALUE", *value, "the new value")->required();
+  set->callback([&context, key, value] { context.exitCode = runSet(*key, *value); });
+
+  CLI::App* reset = prefs->add_subcommand("reset", "return one setting to its default");
+  reset->add_option("KEY", *key, "the setting's name")->required();
+  reset->callback([&context, key] { context.exitCode = runReset(*key); });
+});
+
+}  // namespace
+
+}  // namespace velmora::app

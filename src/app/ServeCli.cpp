@@ -1,0 +1,120 @@
+// `velmora serve`: the long-running application (timed index updates, the
+// peer search service, the media server). One per Velmora home.
+#include <CLI/CLI.hpp>
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/CliRegistry.h"
+#include "common/Alert.h"
+#include "common/Logger.h"
+#include "shell/AppDelegate.h"
+#include "shell/Application.h"
+#include "shell/LoginItem.h"
+#include "shell/SingleInstanceLock.h"
+#include "stores/BrowsingMetadata.h"
+#include "stores/Preferences.h"
+
+namespace velmora::app {
+
+namespace {
+
+// Subsystems join the application here as they are built, one line each,
+// e.g. `hooks.mediaServerStartup = [] { MediaServer::shared().startup(); };`.
+// The order they run in is fixed by AppDelegate::startSteps().
+LifecycleHooks subsystemHooks() {
+  LifecycleHooks hooks;
+  return hooks;
+}
+
+// A question on the terminal, for when someone is there to answer.
+void askOnTerminal(const Alert& alert, Alert::Completion done) {
+  std::cerr << "\n" << alert.title << "\n";
+  if (!alert.text.empty()) std::cerr << alert.text << "\n";
+  if (alert.buttons.size() <= 1) {  // a notice: nothing to choose
+    if (done) done(0);
+    return;
+  }
+  const std::vector<std::string>& buttons = alert.buttons;
+  for (std::size_t i = 0; i < buttons.size(); ++i) std::cerr << "  " << i + 1 << ") " << buttons[i] << "\n";
+  std::cerr << "Choose [1]: " << std::flush;
+  std::string line;
+  int choice = 0;
+  if (!std::getline(std::cin, line)) {
+    choice = -1;
+  } else if (!line.empty()) {
+    try {
+      choice = std::stoi(line) - 1;
+    } catch (...) {
+      choice = -1;
+    }
+    if (choice < 0 || choice >= static_cast<int>(buttons.size())) choice = -1;
+  }
+  if (done) done(choice);
+}
+
+// Takes the first lock file that can be made; nothing when another serve
+// holds one (reported, exit 2).
+std::optional<std::unique_ptr<SingleInstanceLock>> takeLock() {
+  for (const auto& path : SingleInstanceLock::candidatePaths()) {
+    auto lock = std::make_unique<SingleInstanceLock>(path);
+    switch (lock->acquire()) {
+      case SingleInstanceLock::Outcome::acquired:
+        return lock;
+      case SingleInstanceLock::Outcome::heldByOther: {
+        std::string holder = lock->holder() ? " (process " + std::to_string(*lock->holder()) + ")" : "";
+        std::cerr << "velmora serve: Velmora is already running for this home" << holder
+                  << "; stop it with `velmora quit`\n";
+        return std::nullopt;
+      }
+      case SingleInstanceLock::Outcome::unavailable:
+        Logger::shared().log("Serve: " + lock->error());
+        break;
+    }
+  }
+  Logger::shared().log("Serve: no lock file could be made; running without the one-instance guard");
+  return std::unique_ptr<SingleInstanceLock>();
+}
+
+int runServe(double graceSeconds) {
+  // `--log` switched logging on already; the preference can switch it on
+  // (and off again) while running.
+  bool logFlag = Logger::isEnabled() && !Preferences::loggingEnabled();
+  Preferences::preferencesDidChangeNotification([logFlag](const std::string& key) {
+    if (key == Preferences::loggingKey) Logger::setEnabled(logFlag || Preferences::loggingEnabled());
+  });
+
+  bool interactive = ::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO);
+  if (interactive) Alert::setPresenter(askOnTerminal);
+
+  SystemdLoginItem loginItem;
+  AppDelegate delegate(subsystemHooks(), Scheduler::main(), loginItem,
+                       [] { return &BrowsingMetadata::metadata(); });
+  delegate.setInteractive(interactive);
+  delegate.setGracePeriod(Seconds(graceSeconds));
+  Application application(delegate);
+  // Taken once signals are watched, so whoever sees the lock can stop us.
+  auto lock = takeLock();
+  if (!lock) return 2;
+  std::cerr << "velmora serve: running as process " << ::getpid() << "; stop it with `velmora quit`\n";
+  int status = application.run();
+  Alert::setPresenter({});
+  return status;
+}
+
+const bool registered = registerCli(80, [](CLI::App& root, CliContext& context) {
+  CLI::App* serve = root.add_subcommand(
+      "serve", "run Velmora in the background: timed index updates and the network services (one per home)");
+  auto grace = std::make_shared<double>(30.0);
+  serve->add_option("--grace", *grace,
+                    "seconds to let running index updates finish on quit when nobody can be asked")
+      ->check(CLI::NonNegativeNumber);
+  serve->callback([&context, grace] { context.exitCode = runServe(*grace); });
+});
+
+}  // namespace
+
+}  // namespace velmora::app
