@@ -6,6 +6,7 @@
 #include "app/CliRegistry.h"
 #include "app/QueryWindowCli.h"
 #include "common/Logger.h"
+#include "stores/Preferences.h"
 
 int main(int argc, char** argv) {
   using namespace velmora;
@@ -24,7 +25,7 @@ int main(int argc, char** argv) {
   for (auto& [order, install] : app::registeredClis()) install(root, context);
 
   root.parse_complete_callback([&] {
-    if (log) {
+    if (log || Preferences::loggingEnabled()) {
       Logger::setEnabled(true);
       Logger::shared().setEcho(false);
     }
