@@ -152,7 +152,12 @@ TEST_F(QueryWindow, WithoutAutostartTypingOnlyParsesButStillStops) {
   EXPECT_TRUE(running->shouldStop());
   ASSERT_TRUE(window->textFields().currentQuery());
   EXPECT_FALSE(window->textFields().styleRuns().empty());
-  advance(1.0);
+  // Words not understood stay marked for three seconds after the last keystroke.
+  EXPECT_TRUE(window->textFields().showsBadRanges());
+  advance(2.9);
+  EXPECT_TRUE(window->textFields().showsBadRanges());
+  advance(0.2);
+  EXPECT_FALSE(window->textFields().showsBadRanges());
   EXPECT_EQ(locationRequests, 1);
   // Return always starts.
   window->startSearchAction();
