@@ -11,6 +11,8 @@
 #include "app/CliRegistry.h"
 #include "common/Alert.h"
 #include "common/Logger.h"
+#include "search/IgnoreItems.h"
+#include "search/Security.h"
 #include "shell/AppDelegate.h"
 #include "shell/Application.h"
 #include "shell/LoginItem.h"
@@ -25,8 +27,10 @@ namespace {
 // Subsystems join the application here as they are built, one line each,
 // e.g. `hooks.mediaServerStartup = [] { MediaServer::shared().startup(); };`.
 // The order they run in is fixed by AppDelegate::startSteps().
-LifecycleHooks subsystemHooks() {
+LifecycleHooks subsystemHooks(bool resetBookmarks) {
   LifecycleHooks hooks;
+  hooks.securityStartup = [resetBookmarks] { Security::shared().startup(resetBookmarks); };
+  hooks.ignoreItemsStartup = [] { IgnoreItems::startup(); };
   return hooks;
 }
 
@@ -79,7 +83,7 @@ std::optional<std::unique_ptr<SingleInstanceLock>> takeLock() {
   return std::unique_ptr<SingleInstanceLock>();
 }
 
-int runServe(double graceSeconds) {
+int runServe(double graceSeconds, bool resetBookmarks) {
   // `--log` switched logging on already; the preference can switch it on
   // (and off again) while running.
   bool logFlag = Logger::isEnabled() && !Preferences::loggingEnabled();
@@ -91,7 +95,7 @@ int runServe(double graceSeconds) {
   if (interactive) Alert::setPresenter(askOnTerminal);
 
   SystemdLoginItem loginItem;
-  AppDelegate delegate(subsystemHooks(), Scheduler::main(), loginItem,
+  AppDelegate delegate(subsystemHooks(resetBookmarks), Scheduler::main(), loginItem,
                        [] { return &BrowsingMetadata::metadata(); });
   delegate.setInteractive(interactive);
   delegate.setGracePeriod(Seconds(graceSeconds));
@@ -112,7 +116,9 @@ const bool registered = registerCli(80, [](CLI::App& root, CliContext& context) 
   serve->add_option("--grace", *grace,
                     "seconds to let running index updates finish on quit when nobody can be asked")
       ->check(CLI::NonNegativeNumber);
-  serve->callback([&context, grace] { context.exitCode = runServe(*grace); });
+  auto resetBookmarks = std::make_shared<bool>(false);
+  serve->add_flag("--reset-bookmarks", *resetBookmarks, "forget the remembered access to folders before starting");
+  serve->callback([&context, grace, resetBookmarks] { context.exitCode = runServe(*grace, *resetBookmarks); });
 });
 
 }  // namespace
