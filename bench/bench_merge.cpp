@@ -1,3 +1,4 @@
+// links: velmora_search velmora_query velmora_stores velmora_common
 // Merging the results of a large search into the window's list: 100,000
 // nodes arrive in batches of 1,000 and each merge leaves the whole list
 // sorted. Goal: under 2 seconds in total.
@@ -55,6 +56,7 @@ BENCHMARK(mergeBatches)
     ->Args({100000, static_cast<int>(Column::name)})
     ->Args({100000, static_cast<int>(Column::size)})
     ->Args({100000, static_cast<int>(Column::kind)})
+    ->Args({100000, static_cast<int>(Column::path)})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->Iterations(3);

@@ -132,23 +132,31 @@ TEST_F(ResultsList, MergeKeepsTheFirstOfTwoPathsAndSortsTheWholeList) {
 }
 
 TEST_F(ResultsList, BatchedMergeGivesTheOrderOfOneSortOfEverything) {
-  std::mt19937 random(7);
-  std::vector<UINodePtr> all;
-  list->setSortColumn(Column::size, true);
-  for (int batch = 0; batch < 20; ++batch) {
-    std::vector<UINodePtr> nodes;
-    for (int i = 0; i < 50; ++i) {
-      auto n = node("/d/f" + std::to_string(random() % 700) + ".txt", random() % 20);
-      nodes.push_back(n);
+  static const char* extensions[] = {".txt", ".pdf", ".png", ".zzq", ""};
+  for (Column column : {Column::size, Column::kind, Column::path, Column::inside, Column::name}) {
+    for (bool reversed : {false, true}) {
+      std::mt19937 random(7);
+      std::vector<UINodePtr> all;
+      list->clear();
+      list->setSortColumn(column, reversed);
+      for (int batch = 0; batch < 12; ++batch) {
+        std::vector<UINodePtr> nodes;
+        for (int i = 0; i < 40; ++i) {
+          // Paths that grow in order use up the room between text ranks.
+          std::string path = batch % 2 ? "/d/dir" + std::to_string(random() % 9) + "/f" + std::to_string(random() % 500)
+                                       : "/d/z" + std::to_string(1000 + batch * 40 + i) + "/g";
+          nodes.push_back(node(path + extensions[random() % 5], random() % 20));
+        }
+        for (const auto& n : nodes)
+          if (std::none_of(all.begin(), all.end(), [&](const UINodePtr& m) { return m->fileURL == n->fileURL; }))
+            all.push_back(n);
+        list->addResults(nodes, std::string("f"));
+      }
+      settle();
+      auto expected = UINode::sortNodes(all, column, reversed, SortOptions{std::string("f")});
+      EXPECT_EQ(rows(), expected) << toString(column) << (reversed ? " reversed" : "");
     }
-    for (const auto& n : nodes)
-      if (std::none_of(all.begin(), all.end(), [&](const UINodePtr& m) { return m->fileURL == n->fileURL; }))
-        all.push_back(n);
-    list->addResults(nodes, std::nullopt);
   }
-  settle();
-  auto expected = UINode::sortNodes(all, Column::size, true, SortOptions{});
-  EXPECT_EQ(rows(), expected);
 }
 
 TEST_F(ResultsList, RemoveOldestRankAndColumns) {

@@ -109,9 +109,26 @@ void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOr
                                      Completion onCompletion) {
   // The first of two nodes with one path wins, whoever found the later one.
   UINodeOrder less(order.column, order.reversed);
+  const bool fullSort = !(sortedOrder_ == order) || needsFullSort_.exchange(false);
+  if (fullSort) textRanks_ = {};
+  auto prefixOf = [&](const UINodeSortable& sortable) {
+    UINodeOrder::Prefix prefix = less.prefix(sortable);
+    const std::string* text = order.column == Column::kind     ? &sortable.displayKindKey
+                              : order.column == Column::inside ? &sortable.displayInside
+                              : order.column == Column::path   ? &sortable.displayPath
+                                                               : nullptr;
+    if (text) {
+      const std::uint64_t flip = order.reversed ? ~0ull : 0;
+      const std::uint64_t nameFlip = order.column == Column::kind ? flip : 0;
+      prefix = {textRanks_.rankFor(*text) ^ flip, UINodeOrder::bytes(sortable.displayNameKey, 0) ^ nameFlip,
+                UINodeOrder::bytes(sortable.displayNameKey, 8) ^ nameFlip};
+    }
+    return prefix;
+  };
   auto entryFor = [&](std::unique_ptr<UINodeSortable> sortable) {
     UINode* node = sortable->target.get();
-    return Entry{less.prefix(*sortable), node, std::move(sortable)};
+    UINodeOrder::Prefix prefix = prefixOf(*sortable);
+    return Entry{prefix, node, std::move(sortable)};
   };
   std::vector<Entry> added;
   added.reserve(nodes.size());
@@ -123,7 +140,13 @@ void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOr
     if (a.key != b.key) return a.key < b.key;
     return less(*a.sortable, *b.sortable);
   };
-  if (sortedOrder_ == order && !needsFullSort_.exchange(false)) {
+  if (textRanks_.renumbered) {
+    // The ranks moved apart to make room; their order is the same.
+    textRanks_.renumbered = false;
+    for (auto& entry : sorted_) entry.key = prefixOf(*entry.sortable);
+    for (auto& entry : added) entry.key = prefixOf(*entry.sortable);
+  }
+  if (!fullSort) {
     // The list is already in this order: sorting the batch and merging it in
     // gives exactly the order of a stable sort of the whole list, at a cost
     // linear in the list rather than n log n per batch.
@@ -139,6 +162,10 @@ void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOr
     for (auto& entry : sorted_)
       entry = entryFor(std::make_unique<UINodeSortable>(std::move(entry.sortable->target), order.options));
     for (auto& entry : added) sorted_.push_back(std::move(entry));
+    if (textRanks_.renumbered) {
+      textRanks_.renumbered = false;
+      for (auto& entry : sorted_) entry.key = prefixOf(*entry.sortable);
+    }
     std::stable_sort(sorted_.begin(), sorted_.end(), byOrder);
     sortedOrder_ = order;
   }
@@ -154,6 +181,21 @@ void ResultsOutlineViewVC::mergeNode(std::vector<UINodePtr> nodes, const MergeOr
   });
   VLOG("merged {} new, {} in list", added.size(), sorted_.size());
   publish(std::move(onCompletion));
+}
+
+std::uint64_t ResultsOutlineViewVC::TextRanks::rankFor(const std::string& key) {
+  auto [it, inserted] = ranks.try_emplace(key, 0);
+  if (!inserted) return it->second;
+  std::uint64_t lower = it == ranks.begin() ? 0 : std::prev(it)->second;
+  std::uint64_t upper = std::next(it) == ranks.end() ? ~0ull : std::next(it)->second;
+  if (upper - lower >= 2) {
+    it->second = lower + (upper - lower) / 2;
+  } else {
+    std::uint64_t step = ~0ull / (ranks.size() + 1), rank = 0;
+    for (auto& [text, value] : ranks) value = rank += step;
+    renumbered = true;
+  }
+  return it->second;
 }
 
 void ResultsOutlineViewVC::publish(Completion onCompletion, std::vector<UINodePtr> released) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -117,6 +118,14 @@ class ResultsOutlineViewVC {
   SerialQueue resultsMergeQueue_{"ResultsOutlineViewVC resultsMergeQueue"};
   std::unordered_set<std::string> resultsContentMap_;
   std::vector<Entry> sorted_;
+  // Text columns (kind, inside, path) sort by a rank per distinct text, so
+  // rows of one kind or folder still compare inline.
+  struct TextRanks {
+    std::map<std::string, std::uint64_t> ranks;
+    bool renumbered = false;
+    std::uint64_t rankFor(const std::string& key);
+  };
+  TextRanks textRanks_;
   Locked<std::vector<std::weak_ptr<UINode>>> nodesWithChildren_;
   std::optional<MergeOrder> sortedOrder_;
   std::atomic<bool> needsFullSort_{false};

@@ -50,6 +50,8 @@ std::uint64_t bytePrefix(const std::string& text, std::size_t from = 0) {
 std::uint64_t signedKey(std::int64_t value) { return static_cast<std::uint64_t>(value) ^ (1ull << 63); }
 }  // namespace
 
+std::uint64_t UINodeOrder::bytes(const std::string& text, std::size_t from) { return bytePrefix(text, from); }
+
 UINodeOrder::Prefix UINodeOrder::prefix(const UINodeSortable& s) const {
   const std::uint64_t flip = ascending_ ? 0 : ~0ull;
   const std::uint64_t name0 = bytePrefix(s.displayNameKey), name8 = bytePrefix(s.displayNameKey, 8);

@@ -59,6 +59,8 @@ class UINodeOrder {
     auto operator<=>(const Prefix&) const = default;
   };
   Prefix prefix(const UINodeSortable& s) const;
+  // Eight bytes of text from `from`, big-endian, zero-padded.
+  static std::uint64_t bytes(const std::string& text, std::size_t from);
 
  private:
   Column column_;
