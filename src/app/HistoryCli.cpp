@@ -14,7 +14,7 @@ namespace velmora::app {
 namespace {
 
 int runHistory(bool clear) {
-  PreferenceStore::shared().registerDefaults(Preferences::defaultsDictionary());
+  Preferences::registerDefaultsIfNeeded();
   HistoryController history;
   history.startup();
   if (clear) {

@@ -26,7 +26,7 @@ struct RememberArgs {
 };
 
 int runRemember(const RememberArgs& args) {
-  PreferenceStore::shared().registerDefaults(Preferences::defaultsDictionary());
+  Preferences::registerDefaultsIfNeeded();
   FavoriteFolders folders;
   folders.startup();
 

@@ -5,6 +5,7 @@
 #include "common/AppDirectories.h"
 #include "common/SharedAdditions.h"
 #include "stores/PreferenceStore.h"
+#include "stores/Preferences.h"
 
 namespace velmora {
 
@@ -24,6 +25,7 @@ FavoriteFolders& FavoriteFolders::shared() {
 }
 
 void FavoriteFolders::startup() {
+  Preferences::registerDefaultsIfNeeded();
   load();
   auto& store = PreferenceStore::shared();
   if (store.boolForKey("firstRememberedItemsLoad")) return;

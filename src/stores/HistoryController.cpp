@@ -43,6 +43,7 @@ HistoryController& HistoryController::shared() {
 }
 
 void HistoryController::startup() {
+  Preferences::registerDefaultsIfNeeded();
   auto& store = PreferenceStore::shared();
   // Only one format exists so far, so an older version needs no conversion.
   if (store.integerForKey(kVersionKey) != currentHistoryVersion) store.set(kVersionKey, currentHistoryVersion);

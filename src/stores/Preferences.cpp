@@ -99,6 +99,11 @@ json Preferences::defaultsDictionary() {
   return defaults;
 }
 
+void Preferences::registerDefaultsIfNeeded() {
+  auto& store = PreferenceStore::shared();
+  if (!store.defaultValue("historyMaxCount")) store.registerDefaults(defaultsDictionary());
+}
+
 void Preferences::startup() {
   VLOG("registering defaults");
   json defaults = defaultsDictionary();

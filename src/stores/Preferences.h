@@ -49,6 +49,9 @@ class Preferences {
   // The registered defaults alone, for tools that read settings without
   // starting the application.
   static nlohmann::json defaultsDictionary();
+  // Registers the defaults unless the store has them already, so that lists
+  // used outside a full start-up (command-line tools) see their limits.
+  static void registerDefaultsIfNeeded();
   // Records the running build; isNewBuild() tells whether it differs from
   // the build that ran last.
   static void setIsNewBuild();

@@ -25,7 +25,8 @@ class PreferencesArray {
 
   const std::vector<T>& contents() const { return contents_; }
   const std::optional<std::string>& defaultsKey() const { return defaultsKey_; }
-  std::size_t maxElements() const { return maxElements_; }
+  // The limit in force now; subclasses may take it from a setting.
+  virtual std::size_t maxElements() const { return maxElements_; }
   void setMaxElements(std::size_t limit) {
     maxElements_ = limit;
     trim();
@@ -74,7 +75,8 @@ class PreferencesArray {
 
  private:
   void trim() {
-    while (contents_.size() > maxElements_) contents_.pop_back();
+    std::size_t limit = maxElements();
+    while (contents_.size() > limit) contents_.pop_back();
   }
 
   std::vector<T> contents_;

@@ -42,6 +42,7 @@ RecentItems& RecentItems::shared() {
 }
 
 void RecentItems::startup() {
+  Preferences::registerDefaultsIfNeeded();
   load();
   purge();
   if (!openedToken_)

@@ -4,14 +4,13 @@
 
 namespace velmora {
 
-namespace {
-std::size_t limit() {
+RecentLocations::RecentLocations() : PreferencesArray(std::string(defaultsKeyName), 0) {}
+
+std::size_t RecentLocations::maxElements() const {
+  Preferences::registerDefaultsIfNeeded();
   auto count = Preferences::recentItemsMaxCount();
   return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
-}  // namespace
-
-RecentLocations::RecentLocations() : PreferencesArray(std::string(defaultsKeyName), limit()) {}
 
 RecentLocations& RecentLocations::shared() {
   static RecentLocations instance;

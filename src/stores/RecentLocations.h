@@ -12,6 +12,8 @@ class RecentLocations : public PreferencesArray<std::string> {
   static constexpr const char* defaultsKeyName = "recentLocations";
   RecentLocations();
   static RecentLocations& shared();
+  // "recentItemsMaxCount" as it is set now.
+  std::size_t maxElements() const override;
 
  protected:
   // Only absolute paths are locations; anything else in the file is dropped.

@@ -56,6 +56,21 @@ TEST_F(ListsTest, RecentLocationsKeepsAbsolutePathsUpToTheLimit) {
   RecentLocations reloaded;
   reloaded.load();
   EXPECT_EQ(reloaded.contents(), (std::vector<std::string>{"/c", "/b"}));
+  PreferenceStore::shared().set("recentItemsMaxCount", 1);  // the limit is read live
+  reloaded.add("/d");
+  EXPECT_EQ(reloaded.contents(), (std::vector<std::string>{"/d"}));
+}
+
+// A command-line tool uses a list without the application's start-up.
+class ListsWithoutStartupTest : public StoreFixture {};
+
+TEST_F(ListsWithoutStartupTest, ListsRegisterTheirDefaults) {
+  HistoryController history;
+  history.startup();
+  history.addQuery("kept");
+  EXPECT_EQ(history.queries(), std::vector<std::string>{"kept"});
+  EXPECT_EQ(PreferenceStore::shared().defaultValue("historyMaxCount"), 20);
+  EXPECT_FALSE(PreferenceStore::shared().hasUserValue("historyMaxCount"));
 }
 
 TEST_F(ListsTest, HistoryOrderRepeatsAndLimit) {
