@@ -1,5 +1,6 @@
 #include "query/DateDetector.h"
 
+#include <cmath>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -80,6 +81,8 @@ std::vector<Date> DateDetector::simpleDatesInString(std::string_view text, const
       icu::ParsePosition position(0);
       UDate ms = format->parse(token, position);
       if (position.getErrorIndex() >= 0 || position.getIndex() != token.length()) continue;
+      // Dates beyond what an instant holds are no dates here.
+      if (!std::isfinite(ms) || ms > 9.2e12 || ms < -9.2e12) continue;
       dates.push_back(Date(std::chrono::duration_cast<Date::duration>(std::chrono::duration<double, std::milli>(ms))));
     }
   }

@@ -18,7 +18,11 @@ UDate toUDate(Date date) {
   return std::chrono::duration<double, std::milli>(date.time_since_epoch()).count();
 }
 
-Date fromUDate(UDate ms) {
+// Instants hold nanoseconds in 64 bits: roughly the years 1678 to 2261.
+constexpr double kRepresentableMs = 9.2e12;
+
+std::optional<Date> fromUDate(UDate ms) {
+  if (!std::isfinite(ms) || ms > kRepresentableMs || ms < -kRepresentableMs) return std::nullopt;
   return Date(std::chrono::duration_cast<Date::duration>(std::chrono::duration<double, std::milli>(ms)));
 }
 
@@ -45,6 +49,9 @@ std::int64_t unixSeconds(Date date) {
 }
 
 Date dateFromUnixSeconds(double seconds) {
+  // Out-of-range values (the distant past and future) stop at the ends.
+  if (!(seconds > -kRepresentableMs / 1000)) return Date::min();
+  if (seconds > kRepresentableMs / 1000) return Date::max();
   return Date(std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds)));
 }
 
@@ -137,7 +144,7 @@ std::optional<Date> DateHelper::date(const DateComponents& c) const {
   cal.set(UCAL_SECOND, c.second.value_or(0));
   UErrorCode status = U_ZERO_ERROR;
   UDate ms = cal.getTime(status);
-  if (U_FAILURE(status) || !std::isfinite(ms)) return std::nullopt;
+  if (U_FAILURE(status)) return std::nullopt;
   return fromUDate(ms);
 }
 
@@ -199,11 +206,11 @@ std::optional<DateRange> DateHelper::dateInterval(CalendarComponent unit, Date d
     default:
       return std::nullopt;
   }
-  UDate start = cal.getTime(status);
+  auto start = fromUDate(cal.getTime(status));
   cal.add(step, 1, status);
-  UDate end = cal.getTime(status);
-  if (U_FAILURE(status)) return std::nullopt;
-  return DateRange{fromUDate(start), fromUDate(end)};
+  auto end = fromUDate(cal.getTime(status));
+  if (U_FAILURE(status) || !start || !end) return std::nullopt;
+  return DateRange{*start, *end};
 }
 
 }  // namespace velmora

@@ -217,6 +217,10 @@ TEST_F(TemplateFile, WordsThatFitNothingStayUnrecognised) {
   QueryContainer nonsense("report : flibbertigibbet is audio");
   EXPECT_EQ(texts(nonsense.unusedCommandAreaWords), std::vector<std::string>{"flibbertigibbet"});
   EXPECT_TRUE(nonsense.findCommand<UTICommand>());
+  // Dates an instant cannot hold make no command; absurd counts stop at the ends of time.
+  EXPECT_FALSE(QueryContainer(": modified on 3/30/2424").findCommand<DateCommand>());
+  EXPECT_TRUE(QueryContainer(": last 2000000000 years").findCommand<DateCommand>());
+  EXPECT_FALSE(QueryContainer(": bigger than 5 yb").findCommand<SizeCommand>());
   // "bigger than" alone is recognised (half typed) and consumed by nothing.
   QueryContainer half(": bigger than");
   EXPECT_TRUE(half.commandsFoundInQuery.empty());

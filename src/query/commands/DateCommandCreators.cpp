@@ -129,7 +129,8 @@ std::optional<DateCommandWhen> when(const std::string& name, const std::vector<s
     auto factor = timeUnitFactor(*unit);
     if (!factor) return std::nullopt;
     Date now = h.now();
-    Date start = now + std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(*i0 * *factor));
+    // Counted in seconds so that absurd counts stop at the ends of time.
+    Date start = dateFromUnixSeconds(double(unixSeconds(now)) + double(*i0) * *factor);
     return DateCommandWhen::range(std::min(start, now), std::max(start, now));
   }
 
