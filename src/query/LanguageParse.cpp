@@ -18,6 +18,7 @@
 #include "query/commands/InsideCommand.h"
 #include "query/commands/KnownDirectoriesCommand.h"
 #include "query/commands/LabelCommand.h"
+#include "query/commands/LabelTagManager.h"
 #include "query/commands/MaxDepth.h"
 #include "query/commands/NameLengthCommand.h"
 #include "query/commands/PathLengthCommand.h"
@@ -234,7 +235,9 @@ std::optional<std::string> monthCompletor(const Words& words) {
 
 std::optional<std::string> tagCompletor(const Words& words) {
   if (words.empty()) return std::nullopt;
-  return std::nullopt;  // known tag names belong to the label store of the user interface
+  for (const std::string& tag : LabelTagManager::shared().knownTags())
+    if (tag.starts_with(words.front().textLowered)) return tag;
+  return std::nullopt;
 }
 
 }  // namespace

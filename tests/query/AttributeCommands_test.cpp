@@ -9,6 +9,8 @@
 #include "query/commands/FileOrFolderCommand.h"
 #include "query/commands/InsideCommand.h"
 #include "query/commands/LabelCommand.h"
+#include "query/commands/LabelTagManager.h"
+#include "query/LanguageParse.h"
 #include "query/commands/MaxDepth.h"
 #include "query/commands/NameLengthCommand.h"
 #include "query/commands/PathLengthCommand.h"
@@ -149,6 +151,9 @@ TEST_F(AttributeCommands, TagsFromTheExtendedAttribute) {
   EXPECT_EQ(apply(red, untagged), exclude);
   EXPECT_EQ(apply(notRed, untagged), accept);
   EXPECT_EQ(LabelCommand::tagNames(tagged)->size(), 2u);
+  // Tags seen on files are offered while typing.
+  LanguageParse parse;
+  EXPECT_EQ(parse.variableCompletors.at("~tagCompletor")(SentenceComponent::parseWords("wo")), "work stuff");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sys/xattr.h>
 
 #include "query/commands/CommandSupport.h"
+#include "query/commands/LabelTagManager.h"
 #include "search/SearchResult.h"
 
 namespace velmora {
@@ -37,6 +38,7 @@ CommandApplyResult LabelCommand::commandImpApply(SearchResult& result, SearchDat
   auto tags = tagNames(result.path);
   if (!tags) return notTag ? CommandApplyResult::accept : CommandApplyResult::exclude;
   if (tags->empty()) return CommandApplyResult::exclude;
+  LabelTagManager::shared().noteSeen(*tags);
   std::string joined;
   for (const auto& tag : *tags) {
     if (!joined.empty()) joined += ' ';

@@ -1,0 +1,35 @@
+#include "query/commands/LabelTagManager.h"
+
+#include "query/SentenceComponent.h"
+#include "stores/PreferenceStore.h"
+
+namespace velmora {
+
+LabelTagManager& LabelTagManager::shared() {
+  static LabelTagManager manager;
+  return manager;
+}
+
+std::vector<std::string> LabelTagManager::knownTags() const {
+  std::set<std::string> all;
+  nlohmann::json stored = PreferenceStore::shared().objectForKey(kDefaultsKey);
+  if (stored.is_array())
+    for (const auto& tag : stored)
+      if (tag.is_string()) all.insert(plainLowercase(tag.get<std::string>()));
+  {
+    std::lock_guard guard(mutex_);
+    all.insert(seen_.begin(), seen_.end());
+  }
+  return {all.begin(), all.end()};
+}
+
+void LabelTagManager::noteSeen(const std::vector<std::string>& tags) {
+  std::lock_guard guard(mutex_);
+  for (const auto& tag : tags) seen_.insert(plainLowercase(tag));
+}
+
+void LabelTagManager::save() const {
+  PreferenceStore::shared().set(kDefaultsKey, knownTags());
+}
+
+}  // namespace velmora
