@@ -8,6 +8,7 @@
 
 #include "app/CliRegistry.h"
 #include "app/TerminalWindow.h"
+#include "search/IgnoreItems.h"
 #include "stores/HistoryController.h"
 #include "stores/Preferences.h"
 
@@ -29,6 +30,7 @@ const bool registered = registerCli(0, [](CLI::App& root, CliContext&) {
 int runQueryWindow() {
   Preferences::startup();
   HistoryController::shared().startup();
+  IgnoreItems::installQueryIgnoreList();
   TerminalWindow window(windowFolders());
   return window.run();
 }

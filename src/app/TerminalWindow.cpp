@@ -16,6 +16,7 @@
 #include "common/AppDirectories.h"
 #include "common/MainQueue.h"
 #include "common/SharedAdditions.h"
+#include "search/FileSystemSearch.h"
 #include "shell/ActivityController.h"
 #include "shell/QueryWindowContentController.h"
 #include "shell/ScriptRunner.h"
@@ -263,6 +264,13 @@ int TerminalWindow::run() {
     if (++idle % 4 == 0 && controller_->progress().searchInProgress) {
       ++spinnerFrame_;
       dirty_ = true;
+      // The crawl counts its folders; the search manager doesn't pass that on.
+      if (auto manager = controller_->currentSearchManager()) {
+        std::int64_t folders = 0;
+        for (const auto& source : manager->allDataSources())
+          if (auto* crawl = dynamic_cast<FileSystemSearch*>(source.get())) folders += crawl->numberOfDirecoriesSearched();
+        if (folders > 0 && !manager->shouldStop()) controller_->searchDataSourceProgress(folders, std::string());
+      }
     }
     if (dirty_ && !quit_) draw();
   }
