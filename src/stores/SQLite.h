@@ -48,6 +48,7 @@ class SQLite {
   bool isOpen() const { return db_ != nullptr; }
   const std::optional<std::filesystem::path>& sqliteFile() const { return sqliteFile_; }
 
+  // Runs the first statement of `sql` with the arguments bound to ?1, ?2, ...
   SQLiteResult query(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
   std::optional<SQLiteError> execute(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
 
