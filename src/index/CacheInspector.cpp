@@ -1,11 +1,13 @@
 #include "index/CacheInspector.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 
@@ -22,6 +24,7 @@ namespace velmora {
 
 namespace fs = std::filesystem;
 using nlohmann::ordered_json;
+using Result = CacheInspector::Result;
 
 namespace {
 
@@ -79,14 +82,75 @@ void addBad(CacheInspection& result, const std::string& key, const Data& value, 
 
 }  // namespace
 
+namespace {
+Result preflight(const fs::path& file);
+}
+
 CacheInspector::Result CacheInspector::inspect(const fs::path& file) {
-  Result out;
+  const std::string name = file.string();
+  if (Result failed = preflight(file); !failed.error.empty()) return failed;
+  int fds[2];
+  if (::pipe(fds) != 0) return inspectInProcess(file);
+  pid_t child = ::fork();
+  if (child < 0) {
+    ::close(fds[0]);
+    ::close(fds[1]);
+    return inspectInProcess(file);
+  }
+  if (child == 0) {
+    ::close(fds[0]);
+    Result result = inspectInProcess(file);
+    std::string payload = result.inspection ? "ok\n" + toJSON(*result.inspection) : "error\n" + result.error;
+    const char* at = payload.data();
+    std::size_t left = payload.size();
+    while (left > 0) {
+      ssize_t n = ::write(fds[1], at, left);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) break;
+      at += n;
+      left -= static_cast<std::size_t>(n);
+    }
+    ::_exit(0);
+  }
+  ::close(fds[1]);
+  std::string payload;
+  char buffer[65536];
+  for (;;) {
+    ssize_t n = ::read(fds[0], buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    payload.append(buffer, static_cast<std::size_t>(n));
+  }
+  ::close(fds[0]);
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (WIFSIGNALED(status))
+    return {std::nullopt, fmt::format("{} is damaged and can't be read: reading its pages failed ({})", name,
+                                      strsignal(WTERMSIG(status)))};
+  if (payload.starts_with("error\n")) return {std::nullopt, payload.substr(6)};
+  if (payload.starts_with("ok\n")) {
+    if (auto inspection = fromJSON(std::string_view(payload).substr(3))) return {std::move(inspection), {}};
+  }
+  return {std::nullopt, fmt::format("{} can't be read: the reader ended without an answer", name)};
+}
+
+namespace {
+Result preflight(const fs::path& file) {
   const std::string name = file.string();
   struct stat st {};
   if (::stat(file.c_str(), &st) != 0)
     return {std::nullopt, fmt::format("{}: {}", name, errno == ENOENT ? "no such file" : std::strerror(errno))};
   if (!S_ISREG(st.st_mode)) return {std::nullopt, fmt::format("{} is not a regular file", name)};
   if (st.st_size == 0) return {std::nullopt, fmt::format("{} is not an index file (it is empty)", name)};
+  return {};
+}
+}  // namespace
+
+CacheInspector::Result CacheInspector::inspectInProcess(const fs::path& file) {
+  Result out;
+  const std::string name = file.string();
+  if (Result failed = preflight(file); !failed.error.empty()) return failed;
   if (::access(file.c_str(), R_OK) != 0) return {std::nullopt, fmt::format("{}: {}", name, std::strerror(errno))};
 
   ContentIndex index(file);
@@ -193,6 +257,53 @@ std::string CacheInspector::toJSON(const CacheInspection& r) {
     bad.push_back(ordered_json{{"key", record.key}, {"value", record.valueHex}, {"reason", record.reason}});
   json["badRecords"] = std::move(bad);
   return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::optional<CacheInspection> CacheInspector::fromJSON(std::string_view text) {
+  ordered_json json = ordered_json::parse(text, nullptr, false);
+  if (json.is_discarded() || !json.is_object()) return std::nullopt;
+  try {
+    CacheInspection r;
+    r.file = json.at("file").get<std::string>();
+    r.entries = json.at("entries").get<std::size_t>();
+    if (const auto& info = json.at("documentInfo"); info.is_object()) {
+      DocumentInfo d;
+      if (info.contains("suggestedTarget")) d.suggestedTarget = info["suggestedTarget"].get<std::string>();
+      d.lastUpdated = dateFromReferenceSeconds(info.at("lastUpdated").get<double>());
+      if (info.contains("numberOfFSItems")) d.numberOfFSItems = info["numberOfFSItems"].get<std::int64_t>();
+      d.lastIndexMode = static_cast<ContentIndexMode>(info.at("lastIndexMode").get<int>());
+      d.isDirty = info.at("isDirty").get<bool>();
+      if (info.contains("diskKey")) d.diskKey = info["diskKey"].get<std::string>();
+      r.documentInfo = std::move(d);
+    }
+    if (json.contains("documentInfoError")) r.documentInfoError = json["documentInfoError"].get<std::string>();
+    if (!json.at("lastAutoID").is_null()) r.lastAutoID = json["lastAutoID"].get<std::uint32_t>();
+    for (const auto& i : json.at("items")) {
+      FSItem item;
+      item.fsid = i.at("id").get<std::uint32_t>();
+      item.parentID = i.at("parentID").get<std::uint32_t>();
+      item.type = i.at("type").get<std::string>() == "file" ? FSItem::Type::file : FSItem::Type::directory;
+      item.creationDate = i.at("creationDate").get<std::int32_t>();
+      item.modificationDate = i.at("modificationDate").get<std::int32_t>();
+      item.version = i.at("version").get<std::uint8_t>();
+      item.size = i.at("size").get<std::int64_t>();
+      item.name = i.at("name").get<std::string>();
+      r.items.push_back({std::move(item), i.at("path").get<std::string>()});
+    }
+    r.deadIDs = json.at("deadIDs").get<std::vector<std::uint32_t>>();
+    for (const auto& w : json.at("words")) {
+      CacheInspection::Word word{w.at("word").get<std::string>(), {}};
+      for (const auto& d : w.at("documents"))
+        word.documents.emplace_back(d.at("id").get<std::uint32_t>(), d.at("count").get<std::uint16_t>());
+      r.words.push_back(std::move(word));
+    }
+    for (const auto& b : json.at("badRecords"))
+      r.badRecords.push_back(
+          {b.at("key").get<std::string>(), b.at("value").get<std::string>(), b.at("reason").get<std::string>()});
+    return r;
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
 }
 
 std::string CacheInspector::toText(const CacheInspection& r) {

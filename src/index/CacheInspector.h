@@ -16,7 +16,13 @@ class CacheInspector {
     std::string error;
   };
 
+  // Reads in a child process: the database library trusts the pages of a
+  // file and can fault on damaged ones, which must not take the caller down.
   static Result inspect(const std::filesystem::path& file);
+  // The same in this process, for files this program wrote itself.
+  static Result inspectInProcess(const std::filesystem::path& file);
+
+  static std::optional<CacheInspection> fromJSON(std::string_view json);
 
   static std::string toJSON(const CacheInspection& inspection);
   static std::string toText(const CacheInspection& inspection);

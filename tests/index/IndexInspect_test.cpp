@@ -169,6 +169,15 @@ TEST(IndexInspect, DamagedFilesGetAMessageAndStayUntouched) {
       {"cut.vlcache", goodBytes.substr(0, goodBytes.size() / 3), "truncated"},
       {"short.vlcache", goodBytes.substr(0, 100), "not an index file"},
   };
+  // A leaf entry that claims 2 GB of data: the library would read past the
+  // end of the file and fault. Old copies of the page carry it too.
+  std::string pages = goodBytes;
+  std::string needle = "F1234" + std::string("\xD2\x04\x00\x00", 4);
+  int patched = 0;
+  for (auto at = pages.find(needle); at != std::string::npos; at = pages.find(needle, at + 1), ++patched)
+    pages.replace(at - 8, 4, "\xFF\xFF\xFF\x7F");
+  ASSERT_GT(patched, 0);
+  cases.push_back({"pages.vlcache", pages, "is damaged"});
   for (const Case& c : cases) {
     fs::path file = home.path() / c.name;
     test::writeFile(file, c.contents);
