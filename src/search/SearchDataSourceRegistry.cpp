@@ -1,5 +1,6 @@
 #include "search/SearchDataSourceRegistry.h"
 
+#include "query/commands/KnownDirectoriesSearch.h"
 #include "search/FSUtilities.h"
 #include "search/FileSystemSearch.h"
 
@@ -11,6 +12,7 @@ namespace velmora {
 // is one line here.
 const std::vector<SearchDataSourceMaker>& SearchDataSourceRegistry::makers() {
   static const std::vector<SearchDataSourceMaker> table = {
+      {SourceCondition::always, "KnownDirectoriesSearch", [] { return std::make_shared<KnownDirectoriesSearch>(); }},
       {SourceCondition::wordBasedWithoutOwnLocations, "FileSystemSearch",
        [] { return std::make_shared<FileSystemSearch>(); }},
   };

@@ -9,6 +9,7 @@
 
 #include "search/SearchManager.h"
 #include "support/ManualScheduler.h"
+#include "support/TempHome.h"
 
 namespace velmora {
 namespace {
@@ -102,6 +103,7 @@ struct Recorder : SearchManagerDelegate {
 // Drives one search without sleeping: delegate calls land in a list this
 // thread drains, and the loop's pauses only pass when the test moves time.
 struct Harness {
+  test::TempHome home;  // queries read the preferences
   test::ManualClock clock;
   test::ManualScheduler manual{clock};
   RecordingScheduler scheduler{manual};
