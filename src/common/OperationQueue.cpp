@@ -40,13 +40,13 @@ OperationQueue::~OperationQueue() {
   for (auto& t : threads) t.join();
 }
 
-std::string OperationQueue::nameFor(std::source_location where) {
-  return std::filesystem::path(where.file_name()).stem().string() + " #" +
-         std::to_string(where.line());
+std::string OperationQueue::nameFor(SourceLocation where) {
+  return std::filesystem::path(where.fileName).stem().string() + " #" +
+         std::to_string(where.line);
 }
 
 std::unique_ptr<OperationQueue> OperationQueue::maxConcurrent(int width, std::string_view name,
-                                                              std::source_location where) {
+                                                              SourceLocation where) {
   return std::make_unique<OperationQueue>(width,
                                           name.empty() ? nameFor(where) : std::string(name));
 }
@@ -145,7 +145,7 @@ int OperationQueue::operationCount() const {
   return static_cast<int>(pending_.size() + running_.size());
 }
 
-SerialQueue::SerialQueue(std::string_view name, std::source_location where)
+SerialQueue::SerialQueue(std::string_view name, SourceLocation where)
     : OperationQueue(1, name.empty() ? nameFor(where) : std::string(name)) {}
 
 }  // namespace velmora

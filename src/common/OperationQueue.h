@@ -5,7 +5,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -14,6 +13,17 @@
 #include "common/Lock.h"
 
 namespace velmora {
+
+// Where a queue was made, for its name. std::source_location would do, but
+// clang 14 with libstdc++ 12 lacks it; the builtins work with both compilers.
+struct SourceLocation {
+  const char* fileName = "";
+  unsigned line = 0;
+  static constexpr SourceLocation current(const char* file = __builtin_FILE(),
+                                          unsigned line = __builtin_LINE()) {
+    return {file, line};
+  }
+};
 
 // One unit of work for an OperationQueue. A long-running body polls
 // isCancelled() and returns early; cancelling a pending operation means it
@@ -54,8 +64,8 @@ class OperationQueue {
   // e.g. "FileSystemSearch #241", unless a name is given.
   static std::unique_ptr<OperationQueue> maxConcurrent(
       int width, std::string_view name = {},
-      std::source_location where = std::source_location::current());
-  static std::string nameFor(std::source_location where);
+      SourceLocation where = SourceLocation::current());
+  static std::string nameFor(SourceLocation where);
 
   std::shared_ptr<Operation> addOperation(std::function<void()> block);
   std::shared_ptr<Operation> addOperation(std::function<void(Operation&)> body);
@@ -98,7 +108,7 @@ class OperationQueue {
 class SerialQueue : public OperationQueue {
  public:
   explicit SerialQueue(std::string_view name = {},
-                       std::source_location where = std::source_location::current());
+                       SourceLocation where = SourceLocation::current());
 };
 
 // An operation queue that knows how many of its operations are running now.
