@@ -20,7 +20,6 @@
 #include "search/FSUtilities.h"
 #include "search/FileSystemSearch.h"
 #include "search/IgnoreItems.h"
-#include "search/SearchDataSourceRegistry.h"
 #include "search/SearchLocation.h"
 #include "search/SearchManager.h"
 #include "search/results/SearchResultSort.h"
@@ -83,7 +82,8 @@ struct Options {
 
 class TerminalSearch final : public SearchManagerDelegate {
  public:
-  TerminalSearch(const Options& options) : options_(options), live_(::isatty(STDERR_FILENO) == 1) {}
+  explicit TerminalSearch(const Options& options)
+      : options_(options), live_(::isatty(STDERR_FILENO) == 1), stdoutIsTerminal_(::isatty(STDOUT_FILENO) == 1) {}
 
   void searchManagerIsBeginingSearches(const QueryContainer&) override {}
 
@@ -100,7 +100,9 @@ class TerminalSearch final : public SearchManagerDelegate {
       std::fwrite(line.data(), 1, line.size(), stdout);
       ++found_;
     }
-    std::fflush(stdout);
+    // A terminal sees each line at once; a pipe gets whole buffers, flushed
+    // at least every tick, so a long result list costs few writes.
+    if (stdoutIsTerminal_) std::fflush(stdout);
     if (options_.limit > 0 && found_ >= options_.limit && manager_) manager_->stop();
   }
 
@@ -109,6 +111,7 @@ class TerminalSearch final : public SearchManagerDelegate {
   }
 
   void tick() {
+    std::fflush(stdout);
     if (interrupted && manager_ && !stopping_) {
       stopping_ = true;
       manager_->stop();
@@ -143,6 +146,7 @@ class TerminalSearch final : public SearchManagerDelegate {
  private:
   const Options& options_;
   bool live_;
+  bool stdoutIsTerminal_;
   bool stopping_ = false;
   bool finished_ = false;
   std::int64_t found_ = 0;
@@ -195,11 +199,6 @@ int runSearch(const Options& options) {
   QueryContainer query(text, location, options.soundex);
 
   SearchManagerEnvironment environment;
-  bool hasCrawl = false;
-  for (const auto& maker : environment.sources) hasCrawl = hasCrawl || maker.name == "FileSystemSearch";
-  if (!hasCrawl)
-    environment.sources.push_back({SourceCondition::wordBasedWithoutOwnLocations, "FileSystemSearch",
-                                   [] { return std::make_shared<FileSystemSearch>(); }});
   QuickPauseScheduler scheduler;
   environment.scheduler = &scheduler;
 

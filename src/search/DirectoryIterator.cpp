@@ -97,6 +97,7 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
     return listing;
   }
 
+  FSItemAndAttrs scratch;
   for (;;) {
     long filled = ::syscall(SYS_getdents64, fd.get(), attrBuffer_.get(), attrBufferSize);
     if (filled == 0) break;
@@ -112,21 +113,29 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
       unsigned char type = entry->d_type;
       if (type != DT_REG && type != DT_DIR && type != DT_UNKNOWN) continue;  // links, devices, sockets
 
-      FSItemAndAttrs item;
+      // One scratch item is refilled for every entry, so entries that are
+      // passed over cost no allocation.
+      FSItemAndAttrs& item = scratch;
       std::string_view raw(rawName);
-      item.name = SharedAdditions::isValidUTF8(raw) ? std::string(raw) : SharedAdditions::repairedUTF8(raw);
+      if (SharedAdditions::isValidUTF8(raw))
+        item.name.assign(raw);
+      else
+        item.name = SharedAdditions::repairedUTF8(raw);
       item.isDirectory = type == DT_DIR;
+      item.fileSize = 0;
+      item.modifyTime = item.createTime = item.accessTime = timespec{};
+      item.fileSystem.reset();
       item.object = entry->d_ino;
       // Without a type in the entry, the stat has to come first.
       bool read = type == DT_UNKNOWN;
       if (read && !readAttributes(fd.get(), rawName, item)) continue;
-      item.fullPath.reserve(directory.size() + 1 + item.name.size());
-      item.fullPath.append(directory).append("/").append(item.name);
+      item.fullPath.assign(directory).append("/").append(item.name);
       bool wanted = !options.wantsAttributes || options.wantsAttributes(item);
+      if (!wanted && !item.isDirectory && !options.keepUnwantedFiles) continue;
       // An entry gone since it was listed, or replaced by a link or a
       // special file, is left out.
       if (wanted && !read && !readAttributes(fd.get(), rawName, item)) continue;
-      listing.items.push_back(std::move(item));
+      listing.items.push_back(item);
       listing.wanted.push_back(wanted ? 1 : 0);
     }
   }

@@ -33,6 +33,9 @@ class DirectoryIterator {
     bool listRoot = false;
     // Every entry is wanted when empty.
     WantsAttributes wantsAttributes;
+    // False: files that are not wanted are left out of the listing (a crawl
+    // needs only what it reports and the folders it enters).
+    bool keepUnwantedFiles = true;
   };
   struct Listing {
     int error = 0;

@@ -36,34 +36,38 @@ FSUtilities& FSUtilities::shared() {
 VolumeTable FSUtilities::volumes() const { return volumes_ ? volumes_() : VolumeTable::current(); }
 
 bool FSUtilities::isInvisibleOrInsidePackage(const std::string& fullPath) {
+  // Runs for every directory of a crawl and every result, so the walk goes
+  // over the text in place and builds the running path only for a question
+  // to the file system.
   std::string_view path = fullPath;
-  std::vector<std::string_view> parts;
-  for (std::size_t start = 0; start < path.size();) {
+  std::size_t start = 0;
+  while (start < path.size()) {
     auto slash = path.find('/', start);
     auto end = slash == std::string_view::npos ? path.size() : slash;
-    if (end > start) parts.push_back(path.substr(start, end - start));
+    if (end == start) {
+      start = end + 1;
+      continue;
+    }
+    std::string_view part = path.substr(start, end - start);
+    bool last = path.find_first_not_of('/', end) == std::string_view::npos;
     start = end + 1;
-  }
-  std::string running = "/";
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    std::string_view part = parts[i];
-    bool last = i + 1 == parts.size();
     if (part.front() == '.') return true;
-    if (i > 0) running += '/';
-    running.append(part);
     if (part.find('.') == std::string_view::npos) continue;
     std::string_view extension = pathExtension(part);
     if (extension == "framework") return true;
-    if (extension.empty()) continue;
+    // Without a package test every extension is known to be no package.
+    if (extension.empty() || !isPackage_) continue;
     auto cached = packageExtensionCache_.access([&](auto& cache) -> std::optional<bool> {
       auto it = cache.find(extension);
       if (it == cache.end()) return std::nullopt;
       return it->second;
     });
     if (!cached) {
-      // Asked of the file system once per extension, outside the lock.
-      std::optional<bool> package = isPackage_ ? isPackage_(running + "/") : std::nullopt;
-      cached = package.value_or(false);
+      // Asked once per extension, outside the lock.
+      std::string running = "/";
+      running.append(path.substr(0, end)).append("/");
+      while (running.size() > 1 && running[1] == '/') running.erase(0, 1);
+      cached = isPackage_(running).value_or(false);
       packageExtensionCache_.access([&](auto& cache) { cache.insert_or_assign(std::string(extension), *cached); });
     }
     if (*cached) return !last;

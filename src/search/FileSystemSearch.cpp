@@ -120,6 +120,20 @@ void FileSystemSearch::iterateDisk(const std::string& disk) {
 
   Locked<std::deque<std::string>> directories{std::deque<std::string>{disk}};
   OperationQueue queue(2, "FileSystemSearch #241");
+  auto visit = [&](const std::string& path) {
+    if (userCanceled_.value()) return;
+    auto subdirectories = iterate(path, disk);
+    if (subdirectories.empty()) return;
+    if (maxDepth_ >= 1) {
+      const auto& conventions = fsUtilities_.conventions();
+      std::erase_if(subdirectories, [&](const std::string& sub) {
+        return conventions.depthOf(sub, currentVolumeRoot_) > maxDepth_;
+      });
+    }
+    directories.access([&](std::deque<std::string>& pending) {
+      for (auto& sub : subdirectories) pending.push_back(std::move(sub));
+    });
+  };
   while (!userCanceled_.value()) {
     std::vector<std::string> wave = directories.access([](std::deque<std::string>& pending) {
       std::size_t take = std::min(pending.size(), kWaveSize);
@@ -129,22 +143,16 @@ void FileSystemSearch::iterateDisk(const std::string& disk) {
       return taken;
     });
     if (wave.empty()) break;
-    for (auto& path : wave) {
-      queue.addOperation([this, &directories, &disk, path = std::move(path)] {
-        if (userCanceled_.value()) return;
-        auto subdirectories = iterate(path, disk);
-        if (subdirectories.empty()) return;
-        if (maxDepth_ >= 1) {
-          const auto& conventions = fsUtilities_.conventions();
-          std::erase_if(subdirectories, [&](const std::string& sub) {
-            return conventions.depthOf(sub, currentVolumeRoot_) > maxDepth_;
-          });
-        }
-        directories.access([&](std::deque<std::string>& pending) {
-          for (auto& sub : subdirectories) pending.push_back(std::move(sub));
-        });
-      });
-    }
+    // The wave's directories go to the queue's two threads as two draining
+    // operations rather than one operation each: the same two-at-a-time walk
+    // and the same barrier at the end of the wave, without waking a thread
+    // for every directory.
+    std::atomic<std::size_t> next{0};
+    auto drain = [&] {
+      for (std::size_t i = next++; i < wave.size(); i = next++) visit(wave[i]);
+    };
+    queue.addOperation(drain);
+    if (wave.size() > 1) queue.addOperation(drain);
     queue.waitUntilAllOperationsAreFinished();
   }
   directoryIterationQueue_.waitUntilAllOperationsAreFinished();
@@ -155,13 +163,17 @@ std::vector<std::string> FileSystemSearch::iterate(const std::string& directoryP
   if (shouldSkip(directoryPath, skipPaths_, skipIncludes_)) return {};
   SearchDataSourceDelegate& handler = *handler_;
   const QueryContainer& query = *query_;
-  if (!handler.wantsInvisibleItems() && (fsUtilities_.isInsideOSDirectory(directoryPath) ||
-                                         fsUtilities_.isInvisibleOrInsidePackage(directoryPath)))
+  // Where "/" is the boot volume's walk it is entered although it counts as
+  // a system folder itself; the system folders below it are not.
+  const bool bootRoot = directoryPath == "/" && fsUtilities_.conventions().rootIsListable;
+  if (!bootRoot && !handler.wantsInvisibleItems() &&
+      (fsUtilities_.isInsideOSDirectory(directoryPath) || fsUtilities_.isInvisibleOrInsidePackage(directoryPath)))
     return {};
 
   const bool orCommandSearch = query.isORCommandSearch();
   DirectoryIterator::Options options;
-  options.listRoot = directoryPath == "/" && fsUtilities_.conventions().rootIsListable;
+  options.listRoot = bootRoot;
+  options.keepUnwantedFiles = false;
   // The name test comes before any attribute is read, so only entries that
   // will be reported cost a stat.
   options.wantsAttributes = [&](const FSItemAndAttrs& item) {
