@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,35 @@ class QuickPauseScheduler final : public Scheduler {
   bool cancel(TaskId id) override { return Scheduler::background().cancel(id); }
 };
 
+// Delegate calls reach the main thread in runs: a task that arrives while
+// others wait joins them, and one wake-up of the main loop serves the lot.
+// Order is kept. Streaming thousands of results then costs few wake-ups.
+class CoalescingMainQueue {
+ public:
+  void post(std::function<void()> task) {
+    bool first = false;
+    {
+      std::lock_guard guard(mutex_);
+      first = pending_.empty();
+      pending_.push_back(std::move(task));
+    }
+    if (first) MainQueue::async([this] { drain(); });
+  }
+  // Runs what waits now (main thread).
+  void drain() {
+    std::vector<std::function<void()>> tasks;
+    {
+      std::lock_guard guard(mutex_);
+      tasks.swap(pending_);
+    }
+    for (auto& task : tasks) task();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::function<void()>> pending_;
+};
+
 struct Options {
   std::vector<std::string> words;
   std::vector<std::string> folders;
@@ -107,8 +137,12 @@ class TerminalSearch final : public SearchManagerDelegate {
   }
 
   void searchManagerHasFinishedAllSearches(const QueryContainer&) override {
-    MainQueue::async([this] { finish(); });
+    MainQueue::async([this] {
+      if (beforeFinish) beforeFinish();
+      finish();
+    });
   }
+  std::function<void()> beforeFinish;
 
   void tick() {
     std::fflush(stdout);
@@ -201,10 +235,14 @@ int runSearch(const Options& options) {
   SearchManagerEnvironment environment;
   QuickPauseScheduler scheduler;
   environment.scheduler = &scheduler;
+  // Lives until the main loop has ended; drained before the final line.
+  static CoalescingMainQueue mainQueue;
+  environment.mainQueue = [](std::function<void()> task) { mainQueue.post(std::move(task)); };
 
   auto terminal = std::make_shared<TerminalSearch>(options);
   auto manager = SearchManager::make(terminal, insideSystem, std::move(environment));
   terminal->manager_ = manager;
+  terminal->beforeFinish = [] { mainQueue.drain(); };
 
   struct sigaction action {};
   action.sa_handler = onInterrupt;
