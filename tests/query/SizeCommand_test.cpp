@@ -98,6 +98,8 @@ TEST_F(SizeCommands, FileSizeVariableReadsSpelledAndJoinedNumbers) {
   SizeCommandFactory factory;
   EXPECT_FALSE(factory.create("filesBiggerThan", {FileSizeArgs{5, SizeUnits::yottabyte}}, {}));
   EXPECT_TRUE(factory.create("filesBiggerThan", {FileSizeArgs{5, SizeUnits::petabytes}}, {}));
+  // Zero zettabytes fits, but its quarter-unit band does not.
+  EXPECT_FALSE(factory.create("filesEqualTo", {FileSizeArgs{0, SizeUnits::zettabyte}}, {}));
   EXPECT_FALSE(factory.create("filesBiggerThan", {std::string("5mb")}, {}));
   EXPECT_FALSE(factory.create("filesHuge", {FileSizeArgs{5, SizeUnits::bytes}}, {}));
 }

@@ -190,10 +190,11 @@ std::shared_ptr<Command> SizeCommandFactory::create(const std::string& name, con
   else if (name == "filesEqualTo") type = SizeCommandType::equalTo;
   else if (name == "filesExactlyEqualTo") type = SizeCommandType::exactlyEqualTo;
   else return nullptr;
-  // Sizes the byte count cannot hold make no command rather than a fault.
-  double bytes = size->value;
+  // Sizes the byte count cannot hold make no command rather than a fault;
+  // the band of "size" reaches a quarter unit further.
+  double bytes = size->value + 0.25;
   for (int step = 0; step < int(size->units); ++step) bytes *= 1000.0;
-  if (!std::isfinite(bytes) || bytes < 0 || bytes > 9.0e18) return nullptr;
+  if (!std::isfinite(bytes) || size->value < 0 || bytes > 9.0e18) return nullptr;
   return std::make_shared<SizeCommand>(type, size->units, size->value);
 }
 
