@@ -11,6 +11,7 @@
 #include "app/CliRegistry.h"
 #include "common/Alert.h"
 #include "common/Logger.h"
+#include "search/DiskInfoManager.h"
 #include "search/IgnoreItems.h"
 #include "search/Security.h"
 #include "shell/AppDelegate.h"
@@ -30,7 +31,12 @@ namespace {
 LifecycleHooks subsystemHooks(bool resetBookmarks) {
   LifecycleHooks hooks;
   hooks.securityStartup = [resetBookmarks] { Security::shared().startup(resetBookmarks); };
-  hooks.ignoreItemsStartup = [] { IgnoreItems::startup(); };
+  hooks.ignoreItemsStartup = [] {
+    IgnoreItems::startup();
+    // The disk list follows mounts from now on, so locations and indexes of
+    // a disk plugged in later are known without a restart.
+    DiskInfoManager::shared().startMonitoring();
+  };
   return hooks;
 }
 
