@@ -11,6 +11,7 @@
 #include <mutex>
 
 #include "common/AppDirectories.h"
+#include "common/LocalizedCollator.h"
 
 namespace velmora {
 
@@ -45,41 +46,9 @@ std::string displayPath(const std::filesystem::path& path) {
   return text;
 }
 
-namespace {
-// Collators are costly to make and not thread-safe to share: one is made
-// once and each thread clones its own.
-const icu::Collator* prototypeCollator() {
-  static std::unique_ptr<icu::Collator> prototype = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    // The POSIX locale's collation is byte order; people expect the root
-    // collation's order there.
-    icu::Locale locale = icu::Locale::getDefault();
-    if (std::string_view(locale.getName()).find("POSIX") != std::string_view::npos)
-      locale = icu::Locale::getRoot();
-    std::unique_ptr<icu::Collator> c(icu::Collator::createInstance(locale, status));
-    if (U_FAILURE(status) || !c) {
-      status = U_ZERO_ERROR;
-      c.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));
-    }
-    if (c) {
-      status = U_ZERO_ERROR;
-      c->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
-      c->setStrength(icu::Collator::SECONDARY);
-    }
-    return c;
-  }();
-  return prototype.get();
-}
-
-icu::Collator* threadCollator() {
-  thread_local std::unique_ptr<icu::Collator> collator(
-      prototypeCollator() ? prototypeCollator()->clone() : nullptr);
-  return collator.get();
-}
-}  // namespace
 
 int localizedStandardCompare(std::string_view a, std::string_view b) {
-  icu::Collator* c = threadCollator();
+  icu::Collator* c = localizedCollatorForThisThread();
   if (!c) return a.compare(b) < 0 ? -1 : (a == b ? 0 : 1);
   UErrorCode status = U_ZERO_ERROR;
   UCollationResult r = c->compareUTF8(icu::StringPiece(a.data(), static_cast<int32_t>(a.size())),

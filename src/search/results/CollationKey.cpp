@@ -1,5 +1,7 @@
 #include "search/results/CollationKey.h"
 
+#include "common/LocalizedCollator.h"
+
 #include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/unistr.h>
@@ -9,36 +11,9 @@
 
 namespace velmora::CollationKey {
 
-namespace {
-const icu::Collator* prototype() {
-  static std::unique_ptr<icu::Collator> collator = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    icu::Locale locale = icu::Locale::getDefault();
-    if (std::string_view(locale.getName()).find("POSIX") != std::string_view::npos)
-      locale = icu::Locale::getRoot();
-    std::unique_ptr<icu::Collator> c(icu::Collator::createInstance(locale, status));
-    if (U_FAILURE(status) || !c) {
-      status = U_ZERO_ERROR;
-      c.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));
-    }
-    if (c) {
-      status = U_ZERO_ERROR;
-      c->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
-      c->setStrength(icu::Collator::SECONDARY);
-    }
-    return c;
-  }();
-  return collator.get();
-}
-
-icu::Collator* threadCollator() {
-  thread_local std::unique_ptr<icu::Collator> collator(prototype() ? prototype()->clone() : nullptr);
-  return collator.get();
-}
-}  // namespace
 
 std::string make(std::string_view text) {
-  icu::Collator* collator = threadCollator();
+  icu::Collator* collator = localizedCollatorForThisThread();
   if (!collator) return std::string(text);
   icu::UnicodeString unicode =
       icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
