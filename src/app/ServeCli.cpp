@@ -11,6 +11,7 @@
 #include "app/CliRegistry.h"
 #include "common/Alert.h"
 #include "common/Logger.h"
+#include "query/commands/LabelTagManager.h"
 #include "search/DiskInfoManager.h"
 #include "search/IgnoreItems.h"
 #include "search/Security.h"
@@ -37,6 +38,7 @@ LifecycleHooks subsystemHooks(bool resetBookmarks) {
     // a disk plugged in later are known without a restart.
     DiskInfoManager::shared().startMonitoring();
   };
+  hooks.labelTagSave = [] { LabelTagManager::shared().save(); };
   return hooks;
 }
 
