@@ -2,7 +2,6 @@
 
 #include <curses.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,14 +13,13 @@
 
 #include "app/TerminalWindowScreen.h"
 #include "common/AppDirectories.h"
+#include "common/ChildProcess.h"
 #include "common/MainQueue.h"
 #include "common/SharedAdditions.h"
 #include "search/FileSystemSearch.h"
 #include "shell/ActivityController.h"
 #include "shell/QueryWindowContentController.h"
 #include "shell/ScriptRunner.h"
-
-extern char** environ;
 
 namespace velmora::app {
 
@@ -147,23 +145,9 @@ std::string cellText(const UINode& node, Column column) {
 
 // Starts a program with its output discarded and reaps it in the background.
 bool launch(std::vector<std::string> arguments) {
-  std::vector<char*> argv;
-  for (auto& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  int error = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) return false;
-  std::thread([pid] {
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-  }).detach();
+  auto started = ChildProcess::spawnQuietly(std::move(arguments), /*searchPath=*/true);
+  if (!started) return false;
+  ChildProcess::reapInBackground(started.pid);
   return true;
 }
 

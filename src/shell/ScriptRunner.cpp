@@ -1,7 +1,5 @@
 #include "shell/ScriptRunner.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,11 +8,10 @@
 #include <thread>
 
 #include "common/Alert.h"
+#include "common/ChildProcess.h"
 #include "common/AppDirectories.h"
 #include "common/Logger.h"
 #include "query/commands/ScriptCommand.h"
-
-extern char** environ;
 
 namespace velmora {
 
@@ -35,26 +32,14 @@ ScriptRunner::Outcome ScriptRunner::runAndWait(const std::filesystem::path& scri
   if (::access(script.c_str(), X_OK) != 0) arguments.push_back("/bin/sh");
   arguments.push_back(script.string());
   arguments.insert(arguments.end(), files.begin(), files.end());
-  std::vector<char*> argv;
-  for (auto& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  int error = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
-    outcome.error = "The script \"" + script.filename().string() + "\" could not be started: " + std::strerror(error);
+  auto started = ChildProcess::spawnQuietly(std::move(arguments), /*searchPath=*/false);
+  if (!started) {
+    outcome.error = "The script \"" + script.filename().string() + "\" could not be started: " +
+                    std::strerror(started.error);
     return outcome;
   }
   outcome.started = true;
-  int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
+  int status = ChildProcess::waitForExit(started.pid);
   if (WIFEXITED(status)) {
     outcome.exitStatus = WEXITSTATUS(status);
     if (outcome.exitStatus != 0)
