@@ -9,6 +9,7 @@
 
 #include "query/QueryContainer.h"
 #include "search/FSUtilities.h"
+#include "support/OrdinaryTemp.h"
 #include "support/TempHome.h"
 
 namespace velmora {
@@ -16,16 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Trees must not lie in a system folder such as /tmp, or the walk would
-// leave them alone; the build folder is an ordinary place.
-struct OrdinaryTemp {
-  OrdinaryTemp() {
-    const char* build = std::getenv("VELMORA_BINARY_DIR");
-    fs::path folder = fs::path(build ? build : ".") / "tmp";
-    fs::create_directories(folder);
-    setenv("TMPDIR", folder.c_str(), 1);
-  }
-};
+using test::OrdinaryTemp;
 
 class Recorder : public SearchDataSourceDelegate {
  public:

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "common/SharedAdditions.h"
+#include "support/OrdinaryTemp.h"
 #include "support/TempHome.h"
 
 namespace velmora {
@@ -19,14 +20,7 @@ namespace fs = std::filesystem;
 using test::runCommand;
 using test::shellQuote;
 
-struct OrdinaryTemp {
-  OrdinaryTemp() {
-    const char* build = std::getenv("VELMORA_BINARY_DIR");
-    fs::path folder = fs::path(build ? build : ".") / "tmp";
-    fs::create_directories(folder);
-    setenv("TMPDIR", folder.c_str(), 1);
-  }
-};
+using test::OrdinaryTemp;
 
 std::string velmora() { return shellQuote(test::programPath("velmora").string()); }
 
