@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "search/results/ResultsOutlineViewVC.h"
-#include "stores/PreferenceStore.h"
+#include "ScratchHome.h"
 
 namespace velmora {
 namespace {
@@ -74,16 +74,4 @@ BENCHMARK(sortWholeList)->Arg(100000)->Unit(benchmark::kMillisecond);
 }  // namespace
 }  // namespace velmora
 
-int main(int argc, char** argv) {
-  // Preferences of a scratch home, never the user's.
-  char pattern[] = "/tmp/velmora-bench-XXXXXX";
-  if (char* home = mkdtemp(pattern)) {
-    setenv("VELMORA_HOME", home, 1);
-    velmora::PreferenceStore::resetShared(std::filesystem::path(home) / "preferences.json");
-  }
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  std::filesystem::remove_all(pattern);
-  return 0;
-}
+int main(int argc, char** argv) { return velmora::bench::runInScratchHome(argc, argv); }

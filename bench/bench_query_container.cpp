@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "query/QueryContainer.h"
-#include "stores/PreferenceStore.h"
+#include "ScratchHome.h"
 
 namespace velmora {
 namespace {
@@ -34,15 +34,4 @@ BENCHMARK(queryOfWordsOnly)->Unit(benchmark::kMicrosecond);
 }  // namespace
 }  // namespace velmora
 
-int main(int argc, char** argv) {
-  // Preferences of a scratch home, never the user's.
-  char pattern[] = "/tmp/velmora-bench-XXXXXX";
-  if (char* home = mkdtemp(pattern)) {
-    setenv("VELMORA_HOME", home, 1);
-    velmora::PreferenceStore::resetShared(std::filesystem::path(home) / "preferences.json");
-  }
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
+int main(int argc, char** argv) { return velmora::bench::runInScratchHome(argc, argv); }
