@@ -1,5 +1,6 @@
 // `velmora search QUERY`: finds files by name (and by the query's commands)
 // in folders or disks, streaming each result as it passes the filter.
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -263,12 +264,39 @@ int runSearch(const Options& options) {
   return terminal->found() > 0 ? 0 : 1;
 }
 
+// The query's pieces in the order they stand on the command line.
+std::vector<std::string> inTypedOrder(const std::vector<std::string>& plain, const std::vector<std::string>& extras,
+                                      const std::vector<std::string>& arguments) {
+  std::vector<std::pair<std::size_t, std::string>> placed;
+  std::vector<bool> used(arguments.size(), false);
+  auto place = [&](const std::string& word) {
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+      if (!used[i] && arguments[i] == word) {
+        used[i] = true;
+        placed.emplace_back(i, word);
+        return;
+      }
+    placed.emplace_back(arguments.size(), word);
+  };
+  for (const auto& word : plain) place(word);
+  for (const auto& word : extras) place(word);
+  std::stable_sort(placed.begin(), placed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::string> ordered;
+  for (auto& [index, word] : placed) ordered.push_back(std::move(word));
+  return ordered;
+}
+
 const bool registered = registerCli(10, [](CLI::App& root, CliContext& context) {
   auto options = std::make_shared<Options>();
   CLI::App* search = root.add_subcommand("search", "Find files and folders by name while the disks are walked");
-  search->add_option("query", options->words, "query text: words to find in names, then ':' and commands")
-      ->required();
-  search->add_option("--in", options->folders, "search inside this folder (repeatable)");
+  // The query is every argument that is no option of ours, in order: a query
+  // may begin with "-" (a negative word, "-draft report"), before or after
+  // the options; after "--" everything is query. Unknown "--" options are
+  // still usage errors, so a typo is never searched for.
+  search->allow_extras();
+  search->footer("QUERY: words to find in names, then ':' and commands, e.g. \"report budget : modified today\"\n"
+                 "or \"-draft report\" (names with report but not draft); after -- every argument is query text");
+  search->add_option("--in", options->folders, "search inside this folder (repeatable)")->allow_extra_args(false);
   auto* home = search->add_flag("--home", options->home, "search the home folder (the default)");
   auto* all = search->add_flag("--all-disks", options->allDisks, "search every mounted disk");
   auto* local = search->add_flag("--local-disks", options->localDisks, "search the local disks");
@@ -284,7 +312,20 @@ const bool registered = registerCli(10, [](CLI::App& root, CliContext& context) 
   search->add_option("--sort", options->sort, "print once at the end, sorted by this column")
       ->check(CLI::IsMember({"name", "size", "modDate", "created", "kind", "inside", "path"}));
   search->add_flag("--reverse", options->reverse, "with --sort: the other way round");
-  search->callback([options, &context] {
+  search->add_option("QUERY", options->words, "the query")->expected(0, -1);
+  search->callback([options, &context, search] {
+    // Words the parser took as unknown options ("-draft") join the plain
+    // ones in the order they were typed.
+    std::vector<std::string> extras;
+    for (const auto& word : search->remaining()) {
+      if (word.size() > 2 && word.starts_with("--") && word.find(' ') == std::string::npos)
+        throw CLI::ExtrasError({word});
+      extras.push_back(word);
+    }
+    if (!extras.empty()) options->words = inTypedOrder(options->words, extras, context.arguments);
+    options->words.insert(options->words.end(), context.afterDashes.begin(), context.afterDashes.end());
+    context.afterDashesTaken = true;
+    if (options->words.empty()) throw CLI::RequiredError("QUERY");
     if (options->reverse && options->sort.empty()) options->sort = "name";
     context.exitCode = runSearch(*options);
   });
