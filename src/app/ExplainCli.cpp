@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/CliRegistry.h"
+#include "common/JSONText.h"
 #include "query/QueryContainer.h"
 
 namespace velmora::app {
@@ -167,7 +168,7 @@ const bool registered = registerCli(20, [](CLI::App& root, CliContext& context) 
     if (query.empty()) throw CLI::RequiredError("QUERY");
     QueryContainer parsed(query, std::nullopt, *soundex);
     if (*json)
-      std::cout << explainJSON(parsed).dump(2) << "\n";
+      std::cout << JSONText::dump(explainJSON(parsed), 2) << "\n";
     else
       std::cout << explainText(parsed);
     std::cout.flush();
