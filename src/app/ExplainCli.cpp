@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/CliRegistry.h"
+#include "common/JSONText.h"
 #include "query/QueryContainer.h"
 #include "stores/PreferenceStore.h"
 
@@ -171,7 +172,7 @@ const bool registered = registerCli(20, [](CLI::App& root, CliContext& context) 
     for (std::size_t i = 0; i < words.size(); ++i) query += (i ? " " : "") + words[i];
     QueryContainer parsed(query, std::nullopt, *soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
     if (*json)
-      std::cout << explainJSON(parsed).dump(2) << "\n";
+      std::cout << JSONText::dump(explainJSON(parsed), 2) << "\n";
     else
       std::cout << explainText(parsed);
     std::cout.flush();
