@@ -12,13 +12,19 @@ namespace velmora::app {
 
 namespace {
 
-int runInspect(const std::string& file, bool json) {
+int runInspect(const std::string& file, bool json, bool readHere) {
+  if (readHere) {
+    // The reading child of CacheInspector::inspect: its answer, whatever it is.
+    std::cout << CacheInspector::childAnswer(file);
+    std::cout.flush();
+    return std::cout ? 0 : 1;
+  }
   auto result = CacheInspector::inspect(file);
-  if (!result.inspection) {
-    std::cerr << "velmora index inspect: " << result.error << "\n";
+  if (!result) {
+    std::cerr << "velmora index inspect: " << result.status().message() << "\n";
     return 1;
   }
-  std::cout << (json ? CacheInspector::toJSON(*result.inspection) : CacheInspector::toText(*result.inspection));
+  std::cout << (json ? CacheInspector::toJSON(*result) : CacheInspector::toText(*result));
   std::cout.flush();
   return 0;
 }
@@ -32,8 +38,11 @@ const bool registered = registerCli(60, [](CLI::App& root, CliContext& context) 
   auto file = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
   inspect->add_option("FILE", *file, "the index file (.vlcache), opened read-only")->required();
+  auto readHere = std::make_shared<bool>(false);
   inspect->add_flag("--json", *json, "print JSON instead of text");
-  inspect->callback([&context, file, json] { context.exitCode = runInspect(*file, *json); });
+  // Used by the program itself to read a file in a separate process.
+  inspect->add_flag(CacheInspector::kInProcessOption, *readHere)->group("");
+  inspect->callback([&context, file, json, readHere] { context.exitCode = runInspect(*file, *json, *readHere); });
 });
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <thread>
 
 extern char** environ;
@@ -47,6 +48,52 @@ int waitForExit(pid_t pid) {
 
 void reapInBackground(pid_t pid) {
   std::thread([pid] { waitForExit(pid); }).detach();
+}
+
+Finished runCollectingOutput(std::vector<std::string> arguments) {
+  Finished finished;
+  if (arguments.empty()) {
+    finished.error = EINVAL;
+    return finished;
+  }
+  int fds[2];
+  if (::pipe2(fds, O_CLOEXEC) != 0) {
+    finished.error = errno;
+    return finished;
+  }
+  std::vector<char*> argv;
+  for (auto& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t pid = 0;
+  int error = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  ::close(fds[1]);
+  if (error != 0) {
+    ::close(fds[0]);
+    finished.error = error;
+    return finished;
+  }
+  char buffer[65536];
+  for (;;) {
+    ssize_t n = ::read(fds[0], buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    finished.output.append(buffer, static_cast<std::size_t>(n));
+  }
+  ::close(fds[0]);
+  finished.waitStatus = waitForExit(pid);
+  return finished;
+}
+
+std::string currentProgram() {
+  std::error_code ec;
+  auto path = std::filesystem::read_symlink("/proc/self/exe", ec);
+  return ec ? std::string() : path.string();
 }
 
 }  // namespace velmora::ChildProcess

@@ -15,6 +15,7 @@
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
+#include "common/ChildProcess.h"
 #include "common/JSONText.h"
 #include "index/ContentIndex.h"
 #include "index/store/IndexKeys.h"
@@ -25,7 +26,6 @@ namespace velmora {
 
 namespace fs = std::filesystem;
 using nlohmann::ordered_json;
-using Result = CacheInspector::Result;
 
 namespace {
 
@@ -84,85 +84,72 @@ void addBad(CacheInspection& result, const std::string& key, const Data& value, 
 }  // namespace
 
 namespace {
-Result preflight(const fs::path& file);
-}
 
-CacheInspector::Result CacheInspector::inspect(const fs::path& file) {
-  const std::string name = file.string();
-  if (Result failed = preflight(file); !failed.error.empty()) return failed;
-  int fds[2];
-  if (::pipe(fds) != 0) return inspectInProcess(file);
-  pid_t child = ::fork();
-  if (child < 0) {
-    ::close(fds[0]);
-    ::close(fds[1]);
-    return inspectInProcess(file);
-  }
-  if (child == 0) {
-    ::close(fds[0]);
-    Result result = inspectInProcess(file);
-    std::string payload = result.inspection ? "ok\n" + toJSON(*result.inspection) : "error\n" + result.error;
-    const char* at = payload.data();
-    std::size_t left = payload.size();
-    while (left > 0) {
-      ssize_t n = ::write(fds[1], at, left);
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) break;
-      at += n;
-      left -= static_cast<std::size_t>(n);
-    }
-    ::_exit(0);
-  }
-  ::close(fds[1]);
-  std::string payload;
-  char buffer[65536];
-  for (;;) {
-    ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    payload.append(buffer, static_cast<std::size_t>(n));
-  }
-  ::close(fds[0]);
-  int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (WIFSIGNALED(status))
-    return {std::nullopt, fmt::format("{} is damaged and can't be read: reading its pages failed ({})", name,
-                                      strsignal(WTERMSIG(status)))};
-  if (payload.starts_with("error\n")) return {std::nullopt, payload.substr(6)};
-  if (payload.starts_with("ok\n")) {
-    if (auto inspection = fromJSON(std::string_view(payload).substr(3))) return {std::move(inspection), {}};
-  }
-  return {std::nullopt, fmt::format("{} can't be read: the reader ended without an answer", name)};
-}
-
-namespace {
-Result preflight(const fs::path& file) {
+Status preflight(const fs::path& file) {
   const std::string name = file.string();
   struct stat st {};
-  if (::stat(file.c_str(), &st) != 0)
-    return {std::nullopt, fmt::format("{}: {}", name, errno == ENOENT ? "no such file" : std::strerror(errno))};
-  if (!S_ISREG(st.st_mode)) return {std::nullopt, fmt::format("{} is not a regular file", name)};
-  if (st.st_size == 0) return {std::nullopt, fmt::format("{} is not an index file (it is empty)", name)};
-  return {};
+  if (::stat(file.c_str(), &st) != 0) {
+    int error = errno;
+    return error == ENOENT ? Status::notFound(name + ": no such file") : Status::fromErrno(error, name);
+  }
+  if (!S_ISREG(st.st_mode)) return Status::invalidArgument(name + " is not a regular file");
+  if (st.st_size == 0) return Status::corruption(name + " is not an index file (it is empty)");
+  return Status();
 }
+
 }  // namespace
 
-CacheInspector::Result CacheInspector::inspectInProcess(const fs::path& file) {
-  Result out;
+Result<CacheInspection> CacheInspector::inspect(const fs::path& file, std::string program) {
   const std::string name = file.string();
-  if (Result failed = preflight(file); !failed.error.empty()) return failed;
-  if (::access(file.c_str(), R_OK) != 0) return {std::nullopt, fmt::format("{}: {}", name, std::strerror(errno))};
+  if (Status failed = preflight(file); !failed.ok()) return failed;
+  if (program.empty()) program = ChildProcess::currentProgram();
+  if (program.empty()) return Status::internal(name + " can't be read: this program can't find its own file");
+  // The child inherits the working folder, so a relative name works as
+  // given; one that starts with "-" must not read as an option.
+  std::string argument = name.starts_with('-') ? "./" + name : name;
+  auto finished =
+      ChildProcess::runCollectingOutput({program, "index", "inspect", kInProcessOption, "--json", argument});
+  if (finished.error != 0) return Status::fromErrno(finished.error, name + " can't be read: starting the reader");
+  int status = finished.waitStatus;
+  if (WIFSIGNALED(status))
+    return Status::corruption(fmt::format("{} is damaged and can't be read: reading its pages failed ({})", name,
+                                          strsignal(WTERMSIG(status))));
+  const std::string& payload = finished.output;
+  if (payload.starts_with("error\n")) return Status::corruption(payload.substr(6));
+  if (payload.starts_with("ok\n")) {
+    if (auto inspection = fromJSON(std::string_view(payload).substr(3))) {
+      inspection->file = name;
+      return std::move(*inspection);
+    }
+  }
+  return Status::internal(fmt::format("{} can't be read: the reader ended without an answer", name));
+}
+
+std::string CacheInspector::childAnswer(const fs::path& file) {
+  auto result = inspectInProcess(file);
+  return result ? "ok\n" + toJSON(*result) : "error\n" + result.status().message();
+}
+
+Result<CacheInspection> CacheInspector::inspectInProcess(const fs::path& file) {
+  const std::string name = file.string();
+  if (Status failed = preflight(file); !failed.ok()) return failed;
+  if (::access(file.c_str(), R_OK) != 0) return Status::fromErrno(errno, name);
 
   ContentIndex index(file);
   index.readOnly = true;
-  try {
-    index.open();
-  } catch (const LMDBError& e) {
-    return {std::nullopt, openFailure(name, e)};
-  } catch (const std::exception& e) {
-    return {std::nullopt, fmt::format("{} can't be read: {}", name, e.what())};
+  {
+    // The open's own failure keeps the store's error to name the reason.
+    try {
+      SimpleLMDB probe;
+      probe.openReadOnly(file);
+    } catch (const LMDBError& e) {
+      return Status::corruption(openFailure(name, e));
+    } catch (const std::exception& e) {
+      return Status::ioError(fmt::format("{} can't be read: {}", name, e.what()));
+    }
   }
+  if (Status opened = index.open(); !opened.ok())
+    return Status(opened.code(), fmt::format("{} can't be read: {}", name, opened.message()));
 
   CacheInspection result;
   result.file = name;
@@ -195,7 +182,9 @@ CacheInspector::Result CacheInspector::inspectInProcess(const fs::path& file) {
               [](const auto& a, const auto& b) { return a.item.fsid < b.item.fsid; });
     for (auto& entry : result.items) entry.path = index.pathFor(entry.item.fsid).value_or(entry.item.name);
 
-    result.deadIDs = index.loadDeadIds();
+    auto dead = index.loadDeadIds();
+    if (!dead) throw std::runtime_error(dead.status().message());
+    result.deadIDs = std::move(*dead);
 
     db->keyValuesWith(IndexKeys::kWordGroup, IndexKeys::kBatchSize, [&](const std::string& key, const Data& value) {
       if (auto problem = wordRecordProblem(value)) addBad(result, key, value, "word record: " + *problem);
@@ -206,11 +195,10 @@ CacheInspector::Result CacheInspector::inspectInProcess(const fs::path& file) {
     });
   } catch (const std::exception& e) {
     index.close();
-    return {std::nullopt, fmt::format("{} can't be read: {}", name, e.what())};
+    return Status::corruption(fmt::format("{} can't be read: {}", name, e.what()));
   }
   index.close();
-  out.inspection = std::move(result);
-  return out;
+  return result;
 }
 
 std::string CacheInspector::toJSON(const CacheInspection& r) {

@@ -1,6 +1,6 @@
 #include "index/ContentIndex.h"
 
-#include <stdexcept>
+#include <algorithm>
 #include <unordered_set>
 
 #include "common/SharedAdditions.h"
@@ -13,23 +13,65 @@ namespace velmora {
 
 using namespace IndexKeys;
 
+namespace {
+
+// The store layer throws LMDBError (and the standard library bad_alloc and
+// the like); nothing of that leaves this class.
+template <typename F>
+Status guardStatus(const std::filesystem::path& file, F&& body) {
+  try {
+    return body();
+  } catch (const LMDBError& error) {
+    return error.toStatus(file.string());
+  } catch (const std::exception& error) {
+    return Status::internal(file.string() + ": " + error.what());
+  }
+}
+
+template <typename T, typename F>
+Result<T> guardResult(const std::filesystem::path& file, F&& body) {
+  try {
+    return body();
+  } catch (const LMDBError& error) {
+    return error.toStatus(file.string());
+  } catch (const std::exception& error) {
+    return Status::internal(file.string() + ": " + error.what());
+  }
+}
+
+// Sorts rows by their full key, so that a transaction writes its pages in
+// the order the tree keeps them.
+void sortByKey(std::vector<ValueGroupKey>& rows) {
+  std::sort(rows.begin(), rows.end(), [](const ValueGroupKey& a, const ValueGroupKey& b) {
+    int byGroup = a.group.compare(b.group);
+    return byGroup != 0 ? byGroup < 0 : a.key < b.key;
+  });
+}
+
+}  // namespace
+
 ContentIndex::ContentIndex(std::filesystem::path localDBFile, std::string displayName, std::optional<std::string> id)
     : id(id ? std::move(*id) : newUUIDString()),
       displayName(std::move(displayName)),
       localDBFile(std::move(localDBFile)) {}
 
-void ContentIndex::open() {
+Status ContentIndex::open() {
   folderContentsCache_.access([](auto& cache) { cache.clear(); });
-  openCount_.access([&](int& count) {
+  return openCount_.access([&](int& count) -> Status {
     if (count == 0) {
-      auto db = std::make_shared<SimpleLMDB>();
-      if (readOnly)
-        db->openReadOnly(localDBFile);
-      else
-        db->open(localDBFile, true);
-      db_ = std::move(db);
+      Status opened = guardStatus(localDBFile, [&] {
+        auto db = std::make_shared<SimpleLMDB>();
+        if (readOnly)
+          db->openReadOnly(localDBFile);
+        else
+          db->open(localDBFile, true);
+        db_ = std::move(db);
+        return Status();
+      });
+      if (!opened.ok()) return opened;
     }
     ++count;
+    return Status();
   });
 }
 
@@ -47,111 +89,212 @@ std::shared_ptr<SimpleLMDB> ContentIndex::db() const {
   return openCount_.access([&](const int&) { return db_; });
 }
 
-std::shared_ptr<SimpleLMDB> ContentIndex::requireDB() const {
+Result<std::shared_ptr<SimpleLMDB>> ContentIndex::requireDB() const {
   auto db = this->db();
-  if (!db) throw LMDBError(EINVAL, "the index " + localDBFile.string() + " is not open");
+  if (!db) return Status::invalidArgument("the index " + localDBFile.string() + " is not open");
   return db;
 }
 
-void ContentIndex::saveDocumentInfo() {
-  open();
+Status ContentIndex::saveDocumentInfo() {
+  if (Status opened = open(); !opened.ok()) return opened;
   struct Closer {
     ContentIndex* index;
     ~Closer() { index->close(); }
   } closer{this};
   if (targetURL) documentInfo.suggestedTarget = targetURL;
-  requireDB()->put(documentInfo.toJSON(), kDocumentInfoGroup, kDocumentInfoKey);
+  return guardStatus(localDBFile, [&] {
+    db_->put(documentInfo.toJSON(), kDocumentInfoGroup, kDocumentInfoKey);
+    return Status();
+  });
 }
 
-void ContentIndex::loadDocumentInfo() {
-  open();
+Status ContentIndex::loadDocumentInfo() {
+  if (Status opened = open(); !opened.ok()) return opened;
   struct Closer {
     ContentIndex* index;
     ~Closer() { index->close(); }
   } closer{this};
-  auto bytes = requireDB()->getData(kDocumentInfoGroup, kDocumentInfoKey);
-  if (!bytes) return;
-  std::string error;
-  auto info = DocumentInfo::fromJSON(asText(*bytes), &error);
-  if (!info) throw std::runtime_error("the index information can't be read: " + error);
-  documentInfo = std::move(*info);
+  return guardStatus(localDBFile, [&] {
+    auto bytes = db()->getData(kDocumentInfoGroup, kDocumentInfoKey);
+    if (!bytes) return Status();
+    std::string error;
+    auto info = DocumentInfo::fromJSON(asText(*bytes), &error);
+    if (!info) return Status::corruption(localDBFile.string() + ": the index information can't be read: " + error);
+    documentInfo = std::move(*info);
+    if (!targetURL) targetURL = documentInfo.suggestedTarget;
+    return Status();
+  });
 }
 
-std::optional<FSItem> ContentIndex::loadItem(std::uint32_t id) const {
-  auto db = this->db();
-  if (!db) return std::nullopt;
-  auto bytes = db->getData(kItemGroup, idKey(id));
-  if (!bytes) return std::nullopt;
-  return FSItem::decode(*bytes);
+Result<std::optional<FSItem>> ContentIndex::loadItem(std::uint32_t id) const {
+  return guardResult<std::optional<FSItem>>(localDBFile, [&]() -> std::optional<FSItem> {
+    auto db = this->db();
+    if (!db) return std::nullopt;
+    auto bytes = db->getData(kItemGroup, idKey(id));
+    if (!bytes) return std::nullopt;
+    return FSItem::decode(*bytes);
+  });
 }
 
-std::optional<std::uint32_t> ContentIndex::loadLastAutoID() const {
-  auto db = this->db();
-  if (!db) return std::nullopt;
-  return db->get<std::uint32_t>(kItemGroup, kLastAutoIDKey);
+Result<std::optional<std::uint32_t>> ContentIndex::loadLastAutoID() const {
+  return guardResult<std::optional<std::uint32_t>>(localDBFile, [&]() -> std::optional<std::uint32_t> {
+    auto db = this->db();
+    if (!db) return std::nullopt;
+    return db->get<std::uint32_t>(kItemGroup, kLastAutoIDKey);
+  });
 }
 
-void ContentIndex::write(const FSItem& item) {
+Status ContentIndex::write(const FSItem& item) {
   auto db = requireDB();
+  if (!db) return db.status();
   if (item.isDirectory()) forgetFolder(item.parentID);
-  std::vector<std::uint32_t> children = loadChildIds(item.parentID);
-  children.push_back(item.fsid);
-  std::vector<ValueGroupKey> rows;
-  rows.push_back({item.encoded(), kItemGroup, idKey(item.fsid)});
-  rows.push_back({PackedNumbers::storePackedDeltas(children), kChildrenGroup, idKey(item.parentID)});
-  db->put(rows);
+  auto children = loadChildIds(item.parentID);
+  if (!children) return children.status();
+  children->push_back(item.fsid);
+  std::sort(children->begin(), children->end());
+  children->erase(std::unique(children->begin(), children->end()), children->end());
+  forgetFolder(item.parentID);
+  return guardStatus(localDBFile, [&] {
+    std::vector<ValueGroupKey> rows;
+    rows.push_back({PackedNumbers::storePackedDeltas(*children), kChildrenGroup, idKey(item.parentID)});
+    rows.push_back({item.encoded(), kItemGroup, idKey(item.fsid)});
+    (*db)->put(rows);
+    return Status();
+  });
 }
 
-void ContentIndex::write(std::vector<WordContainer>& containers) {
+Status ContentIndex::writeChildren(std::uint32_t parentID, const std::vector<FSItem>& items,
+                                   std::uint32_t lastAutoID) {
+  auto db = requireDB();
+  if (!db) return db.status();
+  auto children = loadChildIds(parentID);
+  if (!children) return children.status();
+  for (const FSItem& item : items) children->push_back(item.fsid);
+  std::sort(children->begin(), children->end());
+  children->erase(std::unique(children->begin(), children->end()), children->end());
+  forgetFolder(parentID);
+  return guardStatus(localDBFile, [&] {
+    std::vector<ValueGroupKey> rows;
+    rows.reserve(items.size() + 2);
+    rows.push_back({PackedNumbers::storePackedDeltas(*children), kChildrenGroup, idKey(parentID)});
+    for (const FSItem& item : items) rows.push_back({item.encoded(), kItemGroup, idKey(item.fsid)});
+    rows.push_back({DataConvertible<std::uint32_t>::asData(lastAutoID), kItemGroup, kLastAutoIDKey});
+    sortByKey(rows);
+    (*db)->put(rows);
+    return Status();
+  });
+}
+
+Status ContentIndex::write(std::vector<WordContainer>& containers) {
   std::vector<WordContainer*> all;
   all.reserve(containers.size());
   for (auto& c : containers) all.push_back(&c);
-  writeContainers(all);
+  return writeContainers(all);
 }
 
-void ContentIndex::write(std::map<std::string, WordContainer>& containers) {
+Status ContentIndex::write(std::map<std::string, WordContainer>& containers) {
   std::vector<WordContainer*> all;
   all.reserve(containers.size());
   for (auto& [word, c] : containers) all.push_back(&c);
-  writeContainers(all);
+  return writeContainers(all);
 }
 
-void ContentIndex::writeContainers(const std::vector<WordContainer*>& containers) {
+Status ContentIndex::writeContainers(const std::vector<WordContainer*>& containers) {
   auto db = requireDB();
-  std::vector<std::uint32_t> dead = loadDeadIds();
-  std::vector<ValueGroupKey> rows;
-  rows.reserve(containers.size());
-  for (WordContainer* container : containers) {
-    for (std::uint32_t id : dead) container->remove(id);
-    rows.push_back({container->dataToStore(), kWordGroup, container->word()});
-  }
-  db->put(rows);
+  if (!db) return db.status();
+  auto dead = loadDeadIds();
+  if (!dead) return dead.status();
+  return guardStatus(localDBFile, [&] {
+    std::vector<ValueGroupKey> rows;
+    rows.reserve(containers.size());
+    for (WordContainer* container : containers) {
+      for (std::uint32_t id : *dead) container->remove(id);
+      rows.push_back({container->dataToStore(), kWordGroup, container->word()});
+    }
+    sortByKey(rows);
+    (*db)->put(rows);
+    return Status();
+  });
 }
 
-std::vector<std::uint32_t> ContentIndex::loadChildIds(std::uint32_t id) const {
-  auto db = this->db();
-  if (!db) return {};
-  auto bytes = db->getData(kChildrenGroup, idKey(id));
-  if (!bytes) return {};
-  return PackedNumbers::unpackStoredDeltas(*bytes);
+Result<std::vector<std::uint32_t>> ContentIndex::loadChildIds(std::uint32_t id) const {
+  return guardResult<std::vector<std::uint32_t>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
+    auto db = this->db();
+    if (!db) return {};
+    auto bytes = db->getData(kChildrenGroup, idKey(id));
+    if (!bytes) return {};
+    return PackedNumbers::unpackStoredDeltas(*bytes);
+  });
 }
 
-void ContentIndex::saveChildIds(std::uint32_t id, const std::vector<std::uint32_t>& ascendingIds) {
+Status ContentIndex::saveChildIds(std::uint32_t id, const std::vector<std::uint32_t>& ascendingIds) {
   forgetFolder(id);
-  requireDB()->putData(PackedNumbers::storePackedDeltas(ascendingIds), kChildrenGroup, idKey(id));
+  auto db = requireDB();
+  if (!db) return db.status();
+  return guardStatus(localDBFile, [&] {
+    (*db)->putData(PackedNumbers::storePackedDeltas(ascendingIds), kChildrenGroup, idKey(id));
+    return Status();
+  });
 }
 
-std::vector<std::uint32_t> ContentIndex::loadDeadIds() const {
-  auto db = this->db();
-  if (!db) return {};
-  auto bytes = db->getData(kDeadGroup, kDeadKey);
-  if (!bytes) return {};
-  return PackedNumbers::unpackStored(*bytes);
+Result<std::vector<std::uint32_t>> ContentIndex::loadDeadIds() const {
+  return guardResult<std::vector<std::uint32_t>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
+    auto db = this->db();
+    if (!db) return {};
+    auto bytes = db->getData(kDeadGroup, kDeadKey);
+    if (!bytes) return {};
+    return PackedNumbers::unpackStored(*bytes);
+  });
 }
 
-void ContentIndex::saveDeadIds(const std::set<std::uint32_t>& ids) {
+Status ContentIndex::saveDeadIds(const std::set<std::uint32_t>& ids) {
+  auto db = requireDB();
+  if (!db) return db.status();
   std::vector<std::uint32_t> list(ids.begin(), ids.end());
-  requireDB()->putData(PackedNumbers::storePacked(list), kDeadGroup, kDeadKey);
+  return guardStatus(localDBFile, [&] {
+    (*db)->putData(PackedNumbers::storePacked(list), kDeadGroup, kDeadKey);
+    return Status();
+  });
+}
+
+Status ContentIndex::deleteItem(std::uint32_t id) {
+  auto db = requireDB();
+  if (!db) return db.status();
+  forgetFolder(id);
+  return guardStatus(localDBFile, [&] {
+    (*db)->deleteValue(kItemGroup, idKey(id));
+    return Status();
+  });
+}
+
+Status ContentIndex::walk(std::string_view group,
+                          const std::function<bool(const std::string& key, const Data& value)>& handler) const {
+  auto db = requireDB();
+  if (!db) return db.status();
+  // Stopping early is an exception inside the walk, caught here.
+  struct Stop {};
+  try {
+    (*db)->keyValuesWith(group, kBatchSize, [&](const std::string& key, const Data& value) {
+      if (!handler(key, value)) throw Stop{};
+    });
+  } catch (const Stop&) {
+    return Status();
+  } catch (const LMDBError& error) {
+    return error.toStatus(localDBFile.string());
+  } catch (const std::exception& error) {
+    return Status::internal(localDBFile.string() + ": " + error.what());
+  }
+  return Status();
+}
+
+Status ContentIndex::compact() {
+  auto db = requireDB();
+  if (!db) return db.status();
+  folderContentsCache_.access([](auto& cache) { cache.clear(); });
+  return guardStatus(localDBFile, [&] {
+    (*db)->compact(localDBFile);
+    return Status();
+  });
 }
 
 void ContentIndex::forgetFolder(std::uint32_t id) {
@@ -165,10 +308,10 @@ void ContentIndex::forgetFolder(std::uint32_t id) {
   });
 }
 
-ContentIndex::FolderContents ContentIndex::loadFolderContents(std::uint32_t id) {
+Result<ContentIndex::FolderContents> ContentIndex::loadFolderContents(std::uint32_t id) {
   // Reading under the cache's lock is allowed: that lock comes before the
   // store's own.
-  return folderContentsCache_.access([&](auto& cache) -> FolderContents {
+  return folderContentsCache_.access([&](auto& cache) -> Result<FolderContents> {
     for (std::size_t i = 0; i < cache.size(); ++i) {
       if (cache[i].first == id) {
         // A hit changes places with the front entry (a swap, not a shift).
@@ -177,8 +320,12 @@ ContentIndex::FolderContents ContentIndex::loadFolderContents(std::uint32_t id) 
       }
     }
     FolderContents contents;
-    for (std::uint32_t child : loadChildIds(id)) {
-      if (auto item = loadItem(child)) contents[item->name] = std::move(*item);
+    auto children = loadChildIds(id);
+    if (!children) return children.status();
+    for (std::uint32_t child : *children) {
+      auto item = loadItem(child);
+      if (!item) return item.status();
+      if (*item) contents[(*item)->name] = std::move(**item);
     }
     cache.emplace_back(id, contents);
     // New entries go last, and the last entry is what gives way when full.
@@ -187,8 +334,8 @@ ContentIndex::FolderContents ContentIndex::loadFolderContents(std::uint32_t id) 
   });
 }
 
-std::optional<WordContainer> ContentIndex::findExact(const std::string& word) const {
-  try {
+Result<std::optional<WordContainer>> ContentIndex::findExact(const std::string& word) const {
+  return guardResult<std::optional<WordContainer>>(localDBFile, [&]() -> std::optional<WordContainer> {
     auto db = this->db();
     if (!db) return std::nullopt;
     auto bytes = db->getData(kWordGroup, word);
@@ -196,9 +343,7 @@ std::optional<WordContainer> ContentIndex::findExact(const std::string& word) co
     WordContainer container(word, std::move(*bytes));
     container.load();
     return container;
-  } catch (const std::exception&) {
-    return std::nullopt;
-  }
+  });
 }
 
 std::vector<std::string> ContentIndex::pathParts(const std::string& path) const {
@@ -220,15 +365,16 @@ std::vector<std::string> ContentIndex::pathParts(const std::string& path) const 
   return parts;
 }
 
-std::optional<std::uint32_t> ContentIndex::findID(const std::string& path) {
+Result<std::optional<std::uint32_t>> ContentIndex::findID(const std::string& path) {
   std::uint32_t id = 0;
   for (const std::string& part : pathParts(path)) {
-    FolderContents contents = loadFolderContents(id);
-    auto found = contents.find(part);
-    if (found == contents.end()) return std::nullopt;
+    auto contents = loadFolderContents(id);
+    if (!contents) return contents.status();
+    auto found = contents->find(part);
+    if (found == contents->end()) return std::optional<std::uint32_t>();
     id = found->second.fsid;
   }
-  return id;
+  return std::optional<std::uint32_t>(id);
 }
 
 std::optional<std::string> ContentIndex::pathFor(std::uint32_t id) const {
@@ -236,16 +382,13 @@ std::optional<std::string> ContentIndex::pathFor(std::uint32_t id) const {
   bool found = false;
   // A damaged file can make parents loop; each ID is visited once.
   std::unordered_set<std::uint32_t> visited;
-  try {
-    while (visited.insert(id).second) {
-      auto item = loadItem(id);
-      if (!item) break;
-      path = found ? item->name + "/" + path : item->name;
-      found = true;
-      id = item->parentID;
-    }
-  } catch (const std::exception&) {
+  while (visited.insert(id).second) {
+    auto item = loadItem(id);
     // A read failure ends the walk with what was found.
+    if (!item || !*item) break;
+    path = found ? (*item)->name + "/" + path : (*item)->name;
+    found = true;
+    id = (*item)->parentID;
   }
   if (!found) return std::nullopt;
   if (!documentInfo.suggestedTarget) return path;

@@ -2,6 +2,8 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <string_view>
 #include <map>
 #include <memory>
 #include <optional>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "common/Lock.h"
+#include "common/Result.h"
 #include "index/store/DocumentInfo.h"
 #include "index/store/FSItem.h"
 #include "index/store/SimpleLMDB.h"
@@ -23,8 +26,9 @@ enum class ContentIndexLMDBState { none, waitingToBuild, building };
 // One index file ("cache"): a record of every item of a folder tree and, by
 // mode, a word index of its documents. The file is opened on demand and
 // stays open while openCount is above zero. Methods that read or write the
-// file need it open and throw what SimpleLMDB throws (LMDBError); a missing
-// key or a record that doesn't parse is never an error.
+// file need it open and report failures of the store as a Status (a damaged
+// page, a full disk); a missing key or a record that doesn't parse is never
+// an error. Nothing here throws.
 class ContentIndex {
  public:
   // Folder ID to its children by name (the later of two equal names wins).
@@ -38,46 +42,60 @@ class ContentIndex {
 
   // Nesting open and close. The first open makes a new SimpleLMDB on
   // localDBFile; the last close drops it. A failed open leaves the count at 0.
-  void open();
+  [[nodiscard]] Status open();
   void close();
   int openCount() const { return openCount_.value(); }
   std::shared_ptr<SimpleLMDB> db() const;
 
   // Each brackets itself with open() and close(). Saving first copies
   // targetURL into suggestedTarget. Loading a missing record leaves
-  // documentInfo as it is; a record that doesn't decode throws
-  // std::runtime_error.
-  void saveDocumentInfo();
-  void loadDocumentInfo();
+  // documentInfo as it is; a record that doesn't decode is a corruption.
+  [[nodiscard]] Status saveDocumentInfo();
+  [[nodiscard]] Status loadDocumentInfo();
 
   // Appends the item to its parent's child list and writes both rows in one
   // transaction.
-  void write(const FSItem& item);
+  [[nodiscard]] Status write(const FSItem& item);
+  // Several items of one parent and the ID counter in one transaction, rows
+  // in key order: the parent's child list gains the items' IDs.
+  [[nodiscard]] Status writeChildren(std::uint32_t parentID, const std::vector<FSItem>& items,
+                                     std::uint32_t lastAutoID);
   // Writes the containers in one transaction, after removing the IDs of the
   // dead list from each.
-  void write(std::vector<WordContainer>& containers);
-  void write(std::map<std::string, WordContainer>& containers);
+  [[nodiscard]] Status write(std::vector<WordContainer>& containers);
+  [[nodiscard]] Status write(std::map<std::string, WordContainer>& containers);
 
-  std::optional<FSItem> loadItem(std::uint32_t id) const;
-  std::optional<std::uint32_t> loadLastAutoID() const;
-  std::vector<std::uint32_t> loadChildIds(std::uint32_t id) const;
-  void saveChildIds(std::uint32_t id, const std::vector<std::uint32_t>& ascendingIds);
-  std::vector<std::uint32_t> loadDeadIds() const;
-  void saveDeadIds(const std::set<std::uint32_t>& ids);
+  // Absent (not a failure) for a missing or undecodable record.
+  [[nodiscard]] Result<std::optional<FSItem>> loadItem(std::uint32_t id) const;
+  [[nodiscard]] Result<std::optional<std::uint32_t>> loadLastAutoID() const;
+  [[nodiscard]] Result<std::vector<std::uint32_t>> loadChildIds(std::uint32_t id) const;
+  [[nodiscard]] Status saveChildIds(std::uint32_t id, const std::vector<std::uint32_t>& ascendingIds);
+  [[nodiscard]] Result<std::vector<std::uint32_t>> loadDeadIds() const;
+  [[nodiscard]] Status saveDeadIds(const std::set<std::uint32_t>& ids);
+  [[nodiscard]] Status deleteItem(std::uint32_t id);
 
   // The folder's children by name, through a cache of 64 folders.
-  FolderContents loadFolderContents(std::uint32_t id);
+  [[nodiscard]] Result<FolderContents> loadFolderContents(std::uint32_t id);
 
-  // The word's container, parsed; absent when missing or on any error.
-  std::optional<WordContainer> findExact(const std::string& word) const;
+  // The word's container, parsed; absent when missing or undecodable.
+  [[nodiscard]] Result<std::optional<WordContainer>> findExact(const std::string& word) const;
+
+  // Every entry under a key group (the group character and the rest of the
+  // key), in batches of 2,500 without holding the store's lock while
+  // `handler` runs; `handler` gives false to stop the walk.
+  [[nodiscard]] Status walk(std::string_view group,
+                            const std::function<bool(const std::string& key, const Data& value)>& handler) const;
+  // Rewrites the file without free pages.
+  [[nodiscard]] Status compact();
 
   // The parts of an absolute path below suggestedTarget (when set).
   std::vector<std::string> pathParts(const std::string& path) const;
   // The ID at a path: 0 for the index's own root, absent when a part is
   // missing.
-  std::optional<std::uint32_t> findID(const std::string& path);
+  [[nodiscard]] Result<std::optional<std::uint32_t>> findID(const std::string& path);
   // The full path of an item: its names up to the root, under
-  // suggestedTarget when set. Absent when the ID has no record.
+  // suggestedTarget when set. Absent when the ID has no record; a read
+  // failure ends the walk with what was found.
   std::optional<std::string> pathFor(std::uint32_t id) const;
 
   std::string id;
@@ -98,8 +116,8 @@ class ContentIndex {
   bool readOnly = false;
 
  private:
-  std::shared_ptr<SimpleLMDB> requireDB() const;
-  void writeContainers(const std::vector<WordContainer*>& containers);
+  Result<std::shared_ptr<SimpleLMDB>> requireDB() const;
+  Status writeContainers(const std::vector<WordContainer*>& containers);
   void forgetFolder(std::uint32_t id);
 
   Locked<int> openCount_;

@@ -30,45 +30,45 @@ class ContentIndexTest : public ::testing::Test {
   test::TempHome home;
   ContentIndex index{home.path() / "Documents.vlcache", "Documents"};
   void SetUp() override {
-    index.open();
+    ASSERT_TRUE(index.open().ok());
     // /data/docs/{a, b/, b/c, b/d/, b/d/e}
-    index.write(makeItem(1, 0, "a"));
-    index.write(makeItem(2, 0, "b", true));
-    index.write(makeItem(3, 2, "c"));
-    index.write(makeItem(4, 2, "d", true));
-    index.write(makeItem(5, 4, "e"));
+    ASSERT_TRUE(index.write(makeItem(1, 0, "a")).ok());
+    ASSERT_TRUE(index.write(makeItem(2, 0, "b", true)).ok());
+    ASSERT_TRUE(index.write(makeItem(3, 2, "c")).ok());
+    ASSERT_TRUE(index.write(makeItem(4, 2, "d", true)).ok());
+    ASSERT_TRUE(index.write(makeItem(5, 4, "e")).ok());
   }
   void TearDown() override { index.close(); }
 };
 
 TEST_F(ContentIndexTest, ItemsAndChildListsFindTheirWayBothWays) {
-  EXPECT_EQ(index.loadChildIds(0), (std::vector<std::uint32_t>{1, 2}));
-  EXPECT_EQ(index.loadChildIds(2), (std::vector<std::uint32_t>{3, 4}));
-  EXPECT_TRUE(index.loadChildIds(5).empty());
-  EXPECT_EQ(index.loadItem(3), makeItem(3, 2, "c"));
+  EXPECT_EQ(index.loadChildIds(0).value(), (std::vector<std::uint32_t>{1, 2}));
+  EXPECT_EQ(index.loadChildIds(2).value(), (std::vector<std::uint32_t>{3, 4}));
+  EXPECT_TRUE(index.loadChildIds(5).value().empty());
+  EXPECT_EQ(index.loadItem(3).value(), makeItem(3, 2, "c"));
   // The child list row is the packed delta list.
   EXPECT_EQ(index.db()->getData("C", "2"), PackedNumbers::storePacked({3, 1}));
 
-  EXPECT_EQ(index.findID("/"), 0u);
-  EXPECT_EQ(index.findID("b/d/e"), 5u);
-  EXPECT_EQ(index.findID("b/x"), std::nullopt);
+  EXPECT_EQ(index.findID("/").value(), 0u);
+  EXPECT_EQ(index.findID("b/d/e").value(), 5u);
+  EXPECT_EQ(index.findID("b/x").value(), std::nullopt);
   EXPECT_EQ(index.pathFor(5), "b/d/e");
   EXPECT_EQ(index.pathFor(0), std::nullopt);
 
   index.documentInfo.suggestedTarget = "/data/docs";
   EXPECT_EQ(index.pathParts("/data/docs/b/d/"), (std::vector<std::string>{"b", "d"}));
-  EXPECT_EQ(index.findID("/data/docs"), 0u);
-  EXPECT_EQ(index.findID("/data/docs/b/d/e"), 5u);
+  EXPECT_EQ(index.findID("/data/docs").value(), 0u);
+  EXPECT_EQ(index.findID("/data/docs/b/d/e").value(), 5u);
   EXPECT_EQ(index.pathFor(5), "/data/docs/b/d/e");
   index.documentInfo.suggestedTarget = "/";
   EXPECT_EQ(index.pathFor(1), "/a");
 
   // An empty child list reads as no children; a missing child is passed over.
-  index.saveChildIds(4, {});
+  ASSERT_TRUE(index.saveChildIds(4, {}).ok());
   EXPECT_EQ(index.db()->getData("C", "4"), Data{});
-  EXPECT_TRUE(index.loadFolderContents(4).empty());
-  index.saveChildIds(2, {3, 4, 99});
-  auto contents = index.loadFolderContents(2);
+  EXPECT_TRUE(index.loadFolderContents(4).value().empty());
+  ASSERT_TRUE(index.saveChildIds(2, {3, 4, 99}).ok());
+  auto contents = index.loadFolderContents(2).value();
   EXPECT_EQ(contents.size(), 2u);
   EXPECT_EQ(contents.at("d").fsid, 4u);
 }
@@ -78,40 +78,40 @@ TEST_F(ContentIndexTest, FolderCacheStaysCorrectBeyondItsCapacity) {
   std::uint32_t next = 10;
   for (std::uint32_t f = 0; f < 70; ++f) {
     std::uint32_t folder = next++;
-    index.write(makeItem(folder, 0, "f" + std::to_string(f), true));
-    index.write(makeItem(next++, folder, "same"));
-    index.write(makeItem(next++, folder, "same"));
+    ASSERT_TRUE(index.write(makeItem(folder, 0, "f" + std::to_string(f), true)).ok());
+    ASSERT_TRUE(index.write(makeItem(next++, folder, "same")).ok());
+    ASSERT_TRUE(index.write(makeItem(next++, folder, "same")).ok());
   }
   for (int round = 0; round < 2; ++round) {
     for (std::uint32_t f = 0; f < 70; ++f) {
       std::uint32_t folder = 10 + 3 * f;
-      auto contents = index.loadFolderContents(folder);
+      auto contents = index.loadFolderContents(folder).value();
       ASSERT_EQ(contents.size(), 1u);
       EXPECT_EQ(contents.at("same").fsid, folder + 2);
-      EXPECT_EQ(index.findID("f" + std::to_string(f) + "/same"), folder + 2);
+      EXPECT_EQ(index.findID("f" + std::to_string(f) + "/same").value(), folder + 2);
     }
   }
   // Writing a folder forgets its parent's cached contents.
-  EXPECT_EQ(index.loadFolderContents(0).count("new"), 0u);
-  index.write(makeItem(1000, 0, "new", true));
-  EXPECT_EQ(index.loadFolderContents(0).count("new"), 1u);
+  EXPECT_EQ(index.loadFolderContents(0).value().count("new"), 0u);
+  ASSERT_TRUE(index.write(makeItem(1000, 0, "new", true)).ok());
+  EXPECT_EQ(index.loadFolderContents(0).value().count("new"), 1u);
 }
 
 TEST_F(ContentIndexTest, WordsLoseDeadDocumentsWhenWritten) {
-  index.saveDeadIds({3, 9, 3});
-  EXPECT_EQ(index.loadDeadIds(), (std::vector<std::uint32_t>{3, 9}));
+  ASSERT_TRUE(index.saveDeadIds({3, 9, 3}).ok());
+  EXPECT_EQ(index.loadDeadIds().value(), (std::vector<std::uint32_t>{3, 9}));
   std::map<std::string, WordContainer> words;
   words.emplace("budget", WordContainer("budget", 3, 4));
   words.at("budget").add(5, 2);
   words.emplace("report", WordContainer("report", 9, 1));
-  index.write(words);
-  auto budget = index.findExact("budget");
+  ASSERT_TRUE(index.write(words).ok());
+  auto budget = index.findExact("budget").value();
   ASSERT_TRUE(budget);
   EXPECT_EQ(budget->documentIDs(), (std::map<std::uint32_t, std::uint16_t>{{5, 3}}));
-  auto report = index.findExact("report");
+  auto report = index.findExact("report").value();
   ASSERT_TRUE(report);
   EXPECT_TRUE(report->documentIDs().empty());
-  EXPECT_FALSE(index.findExact("missing"));
+  EXPECT_FALSE(index.findExact("missing").value());
 }
 
 TEST_F(ContentIndexTest, DocumentInfoIsJSONInKeyOrderAndOpensNest) {
@@ -120,7 +120,7 @@ TEST_F(ContentIndexTest, DocumentInfoIsJSONInKeyOrderAndOpensNest) {
   index.documentInfo.lastUpdated = dateFromReferenceSeconds(785000000);
   index.documentInfo.lastIndexMode = ContentIndexMode::textDocuments;
   index.documentInfo.numberOfFSItems = 5;
-  index.saveDocumentInfo();
+  ASSERT_TRUE(index.saveDocumentInfo().ok());
   EXPECT_EQ(index.openCount(), 1);
   auto stored = index.db()->get<std::string>("D", "documentInfo");
   ASSERT_TRUE(stored);
@@ -130,7 +130,7 @@ TEST_F(ContentIndexTest, DocumentInfoIsJSONInKeyOrderAndOpensNest) {
 
   ContentIndex other(index.localDBFile);
   other.documentInfo.diskKey = "kept";  // a missing record would leave this
-  other.loadDocumentInfo();
+  ASSERT_TRUE(other.loadDocumentInfo().ok());
   EXPECT_EQ(other.openCount(), 0);
   EXPECT_EQ(other.documentInfo.suggestedTarget, "/data/my docs");
   EXPECT_EQ(other.documentInfo.lastIndexMode, ContentIndexMode::textDocuments);
@@ -153,7 +153,7 @@ TEST_F(ContentIndexTest, DocumentInfoIsJSONInKeyOrderAndOpensNest) {
   EXPECT_FALSE(DocumentInfo::fromJSON("[1,"));
 
   index.db()->put(std::string("{\"lastUpdated\":1}"), "D", "documentInfo");
-  EXPECT_THROW(other.loadDocumentInfo(), std::runtime_error);
+  EXPECT_EQ(other.loadDocumentInfo().code(), Status::Code::corruption);
   EXPECT_EQ(other.openCount(), 0);
 }
 

@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "index/CacheInspector.h"
 #include "index/ContentIndex.h"
 #include "index/store/IndexKeys.h"
 #include "index/store/PackedNumbers.h"
@@ -205,6 +206,31 @@ TEST(IndexInspect, DamagedFilesGetAMessageAndStayUntouched) {
   std::string velmora = test::shellQuote(test::programPath("velmora").string());
   EXPECT_EQ(test::runCommand(velmora + " index inspect 2>/dev/null").status, 2);
   EXPECT_EQ(test::runCommand(velmora + " index 2>/dev/null").status, 2);
+}
+
+TEST(IndexInspect, TheReaderIsAProgramStartedAfreshAndItsFailuresAreAnswers) {
+  test::TempHome home;
+  fs::path file = home.path() / "some.vlcache";
+  test::writeFile(file, "not empty");
+  // The reader is whatever program is named, started by its file: a copy of
+  // this process made by fork would never run the script.
+  fs::path script = home.path() / "reader";
+  test::writeFile(script, "#!/bin/sh\nprintf 'error\\nanswer of %s %s %s %s %s' \"$1\" \"$2\" \"$3\" \"$4\" \"$5\"\n");
+  fs::permissions(script, fs::perms::owner_all);
+  auto answered = CacheInspector::inspect(file, script.string());
+  ASSERT_FALSE(answered);
+  EXPECT_EQ(answered.status().message(), "answer of index inspect --read-here --json " + file.string());
+
+  // A reader killed by a signal, one that says nothing, one that can't start.
+  test::writeFile(script, "#!/bin/sh\nkill -SEGV $$\n");
+  auto killed = CacheInspector::inspect(file, script.string());
+  ASSERT_FALSE(killed);
+  EXPECT_EQ(killed.status().code(), Status::Code::corruption);
+  EXPECT_NE(killed.status().message().find("is damaged"), std::string::npos) << killed.status().message();
+  auto silent = CacheInspector::inspect(file, "/bin/true");
+  ASSERT_FALSE(silent);
+  EXPECT_NE(silent.status().message().find("without an answer"), std::string::npos);
+  EXPECT_FALSE(CacheInspector::inspect(file, (home.path() / "no-such-program").string()));
 }
 
 }  // namespace

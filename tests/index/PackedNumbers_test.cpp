@@ -49,6 +49,24 @@ TEST(PackedNumbers, RunsHoldAtMost255Numbers) {
   EXPECT_EQ(unpackStored(packed), wide);
 }
 
+TEST(PackedNumbers, RunsSplitExactlyWhereAValueNeedsAnotherByte) {
+  // 255 is the last one-byte value and 256 the first two-byte one; 65535 and
+  // 65536 the same for two and three bytes. An off-by-one at either edge
+  // changes these bytes.
+  EXPECT_EQ(storePacked({254, 255, 256, 257}), (Data{1, 2, 254, 255, 2, 2, 0x01, 0x00, 0x01, 0x01}));
+  EXPECT_EQ(storePacked({65534, 65535, 65536, 65537}),
+            (Data{2, 2, 0xFF, 0xFE, 0xFF, 0xFF, 3, 2, 0x01, 0x00, 0x00, 0x01, 0x00, 0x01}));
+  // Crossing both edges in one list, and narrower values staying in a wide run.
+  EXPECT_EQ(storePacked({255, 256, 65535, 65536, 255}),
+            (Data{1, 1, 255, 2, 2, 0x01, 0x00, 0xFF, 0xFF, 3, 2, 0x01, 0x00, 0x00, 0x00, 0x00, 0xFF}));
+  for (const Numbers& numbers : {Numbers{254, 255, 256, 257}, Numbers{65534, 65535, 65536, 65537},
+                                 Numbers{256, 255, 65536, 65535}, Numbers{255, 256, 65535, 65536, 255}})
+    EXPECT_EQ(unpackStored(storePacked(numbers)), numbers);
+  // Child lists go through differences: steps of 255 and 256, 65535 and 65536.
+  Numbers ascending{0, 255, 511, 66046, 131582};
+  EXPECT_EQ(PackedNumbers::unpackStoredDeltas(PackedNumbers::storePackedDeltas(ascending)), ascending);
+}
+
 TEST(PackedNumbers, DamagedRunsStopTheReadingWithWhatWasRead) {
   // Width bytes 0 and 5 end the reading at once.
   EXPECT_EQ(unpackStored(Data{1, 2, 9, 8, 0, 1, 4}), (Numbers{9, 8}));

@@ -42,7 +42,7 @@ TEST(LMDBError, EveryReturnCodeHasItsCaseAndTheGapIsKept) {
   EXPECT_EQ(LMDBError(-30798).code(), Code::notFound);
   EXPECT_EQ(LMDBError(-30796).code(), Code::corrupted);
   EXPECT_EQ(LMDBError(-30780).code(), Code::badDBI);
-  EXPECT_EQ(LMDBError(-30779).code(), Code::other);  // not `problem`
+  EXPECT_EQ(LMDBError(-30779).code(), Code::other);  // no name of its own
   EXPECT_EQ(LMDBError(-30779).returnCode(), -30779);
   EXPECT_EQ(LMDBError(1).code(), Code::operationNotPermitted);
   EXPECT_EQ(LMDBError(5).code(), Code::ioError);

@@ -28,7 +28,8 @@ int hexValue(char c) {
 
 ordered_json seconds(Date date) {
   double s = secondsSinceReferenceDate(date);
-  // Whole seconds are written without a fraction, as the original coder did.
+  // Whole seconds are written as integers, so a date that has no fraction
+  // reads back from any JSON reader without rounding.
   if (std::floor(s) == s && std::fabs(s) < 9.0e15) return static_cast<std::int64_t>(s);
   return s;
 }

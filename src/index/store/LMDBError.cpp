@@ -62,7 +62,6 @@ const char* LMDBError::caseName(Code code) {
     case Code::badTransaction: return "badTransaction";
     case Code::badValueSize: return "badValueSize";
     case Code::badDBI: return "badDBI";
-    case Code::problem: return "problem";
     case Code::operationNotPermitted: return "operationNotPermitted";
     case Code::ioError: return "ioError";
     case Code::outOfMemory: return "outOfMemory";
@@ -78,6 +77,31 @@ LMDBError::LMDBError(int returnCode, std::string detail)
     : code_(codeFor(returnCode)), returnCode_(returnCode) {
   message_ = fmt::format("LMDB error {} ({}): {}", caseName(code_), returnCode, mdb_strerror(returnCode));
   if (!detail.empty()) message_ += "; " + detail;
+}
+
+Status LMDBError::toStatus(const std::string& context) const {
+  std::string text = context.empty() ? message_ : context + ": " + message_;
+  switch (code_) {
+    case Code::pageNotFound:
+    case Code::corrupted:
+    case Code::panic:
+    case Code::versionMismatch:
+    case Code::invalid:
+    case Code::incompatible:
+      return Status::corruption(std::move(text));
+    case Code::mapFull:
+    case Code::outOfDiskSpace:
+      return Status(Status::Code::noSpace, std::move(text));
+    case Code::operationNotPermitted:
+    case Code::accessViolation:
+      return Status::permissionDenied(std::move(text));
+    case Code::invalidParameter:
+      return Status::invalidArgument(std::move(text));
+    case Code::notFound:
+      return Status::notFound(std::move(text));
+    default:
+      return Status::ioError(std::move(text));
+  }
 }
 
 }  // namespace velmora

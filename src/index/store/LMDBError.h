@@ -2,6 +2,8 @@
 #include <exception>
 #include <string>
 
+#include "common/Result.h"
+
 namespace velmora {
 
 // A failure of the LMDB library, one case per return code. Thrown inside the
@@ -29,9 +31,6 @@ class LMDBError : public std::exception {
     badTransaction,     // -30782
     badValueSize,       // -30781
     badDBI,             // -30780
-    // Kept for compatibility with files and logs of older builds; no return
-    // code maps to it (-30779 is `other`).
-    problem,
     operationNotPermitted,  // EPERM
     ioError,                // EIO
     outOfMemory,            // ENOMEM
@@ -47,6 +46,9 @@ class LMDBError : public std::exception {
   // The library's return code as received (for `other`, the unknown code).
   int returnCode() const { return returnCode_; }
   const char* what() const noexcept override { return message_.c_str(); }
+
+  // The failure as the library's callers see it, its message after `context`.
+  Status toStatus(const std::string& context) const;
 
   static Code codeFor(int returnCode);
   static const char* caseName(Code code);
