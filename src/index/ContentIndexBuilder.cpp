@@ -1,0 +1,483 @@
+#include "index/ContentIndexBuilder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <locale>
+#include <unordered_set>
+
+#include <fmt/format.h>
+
+#include "common/ActivityItem.h"
+#include "common/ActivityReporter.h"
+#include "common/Logger.h"
+#include "index/IndexMirror.h"
+#include "index/store/IndexKeys.h"
+#include "platform/PathConventions.h"
+#include "platform/VolumeTable.h"
+#include "search/DirectoryIterator.h"
+
+namespace velmora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The largest ID an item record can hold.
+constexpr std::uint32_t kLastUsableID = 0x7FFFFFFEu;
+
+std::string lastComponent(const std::string& path) {
+  std::string_view view = path;
+  while (view.size() > 1 && view.back() == '/') view.remove_suffix(1);
+  auto slash = view.rfind('/');
+  return std::string(slash == std::string_view::npos ? view : view.substr(slash + 1));
+}
+
+std::int32_t toInt32Seconds(const struct statx_timestamp& t) {
+  return dateToInt32(std::chrono::system_clock::time_point(std::chrono::seconds(t.tv_sec)));
+}
+
+struct OnDisk {
+  bool isDirectory = false;
+  std::int32_t created = 0;
+  std::int32_t modified = 0;
+  std::int64_t size = 0;
+};
+
+// One statx for everything a record needs; links are not followed, as the
+// walk never follows them.
+Result<OnDisk> readOnDisk(const std::string& path) {
+  struct statx st {};
+  if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE | STATX_MTIME | STATX_BTIME | STATX_SIZE,
+              &st) != 0)
+    return Status::fromErrno(errno, path);
+  OnDisk disk;
+  disk.isDirectory = S_ISDIR(st.stx_mode);
+  disk.modified = toInt32Seconds(st.stx_mtime);
+  disk.created = (st.stx_mask & STATX_BTIME) ? toInt32Seconds(st.stx_btime) : disk.modified;
+  disk.size = disk.isDirectory ? 0 : static_cast<std::int64_t>(st.stx_size);
+  return disk;
+}
+
+std::string grouped(std::size_t n) {
+  try {
+    return fmt::format(std::locale(""), "{:L}", n);
+  } catch (const std::exception&) {
+    return std::to_string(n);
+  }
+}
+
+bool isUnder(std::string_view path, std::string_view folder) {
+  if (folder == "/") return true;
+  return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+}  // namespace
+
+ContentIndexBuilder::ContentIndexBuilder(ContentIndex& index, Options options)
+    : index_(index), options_(std::move(options)) {}
+
+bool ContentIndexBuilder::badNames(std::string_view path) {
+  return path.find_first_of("\r:\n") == std::string_view::npos;
+}
+
+bool ContentIndexBuilder::hasChanged(const FSItem& item, const std::string& path) {
+  auto disk = readOnDisk(path);
+  if (!disk) return true;
+  return item.modificationDate != disk->modified;
+}
+
+Result<std::uint32_t> ContentIndexBuilder::nextID() {
+  if (!lastAutoID_) {
+    auto stored = index_.loadLastAutoID();
+    if (!stored) return stored.status();
+    lastAutoID_ = stored->value_or(0);
+  }
+  if (*lastAutoID_ >= kLastUsableID)
+    return Status::internal(index_.localDBFile.string() + " has run out of item IDs; rebuild it");
+  return ++*lastAutoID_;
+}
+
+Result<FSItem> ContentIndexBuilder::urlToFSItem(std::uint32_t parentID, const std::string& path) {
+  if (!index_.db()) return Status::invalidArgument("the index " + index_.localDBFile.string() + " is not open");
+  auto disk = readOnDisk(path);
+  if (!disk) return disk.status();
+  auto id = nextID();
+  if (!id) return id.status();
+  FSItem item;
+  item.fsid = *id;
+  item.parentID = parentID;
+  item.type = disk->isDirectory ? FSItem::Type::directory : FSItem::Type::file;
+  item.creationDate = disk->created;
+  item.modificationDate = disk->modified;
+  item.version = 1;
+  item.name = lastComponent(path);
+  item.size = disk->size;
+  return item;
+}
+
+Result<FSItem> ContentIndexBuilder::insert(const std::string& folder) {
+  std::vector<std::string> parts = index_.pathParts(folder);
+  if (parts.empty()) return Status::invalidArgument(folder + " is the index's own root");
+  std::uint32_t parent = 0;
+  // The folders above: a part without a record gets a bare one.
+  for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+    auto contents = index_.loadFolderContents(parent);
+    if (!contents) return contents.status();
+    auto found = contents->find(parts[i]);
+    if (found != contents->end()) {
+      parent = found->second.fsid;
+      continue;
+    }
+    auto id = nextID();
+    if (!id) return id.status();
+    FSItem bare;
+    bare.fsid = *id;
+    bare.parentID = parent;
+    bare.type = FSItem::Type::directory;
+    bare.name = parts[i];
+    if (Status written = index_.writeChildren(parent, {bare}, *lastAutoID_); !written.ok()) return written;
+    ++counts_.itemsWritten;
+    parent = bare.fsid;
+  }
+  auto item = urlToFSItem(parent, folder);
+  if (!item) return item.status();
+  item->name = parts.back();
+  if (Status written = index_.writeChildren(parent, {*item}, *lastAutoID_); !written.ok()) return written;
+  ++counts_.itemsWritten;
+  return item;
+}
+
+Status ContentIndexBuilder::saveDeadIDs() {
+  if (!deadIDsChanged_) return Status();
+  deadIDsChanged_ = false;
+  return index_.saveDeadIds(deadIDs_);
+}
+
+Status ContentIndexBuilder::removeFSItem(std::uint32_t id) {
+  // Iterative, so depth has no limit; the parent's list changes once.
+  auto first = index_.loadItem(id);
+  if (!first) return first.status();
+  if (!*first) return Status();
+  if (!deadIDsLoaded_) {
+    auto dead = index_.loadDeadIds();
+    if (!dead) return dead.status();
+    deadIDs_.insert(dead->begin(), dead->end());
+    deadIDsLoaded_ = true;
+  }
+  bool keepDead = index_.documentInfo.lastIndexMode != ContentIndexMode::off;
+  std::vector<std::uint32_t> pending{id};
+  bool top = true;
+  while (!pending.empty()) {
+    std::uint32_t current = pending.back();
+    pending.pop_back();
+    auto item = top ? std::move(first) : index_.loadItem(current);
+    if (!item) return item.status();
+    if (!*item) continue;
+    if ((*item)->isDirectory()) {
+      auto children = index_.loadChildIds(current);
+      if (!children) return children.status();
+      pending.insert(pending.end(), children->begin(), children->end());
+    }
+    if (top) {
+      auto siblings = index_.loadChildIds((*item)->parentID);
+      if (!siblings) return siblings.status();
+      siblings->erase(std::remove(siblings->begin(), siblings->end(), current), siblings->end());
+      if (Status saved = index_.saveChildIds((*item)->parentID, *siblings); !saved.ok()) return saved;
+      top = false;
+    }
+    if (Status deleted = index_.deleteItem(current); !deleted.ok()) return deleted;
+    ++counts_.itemsRemoved;
+    if (keepDead) {
+      deadIDs_.insert(current);
+      deadIDsChanged_ = true;
+    }
+  }
+  return saveDeadIDs();
+}
+
+Status ContentIndexBuilder::removeExtraFiles(const std::vector<std::string>& localItems, std::uint32_t directoryID) {
+  auto contents = index_.loadFolderContents(directoryID);
+  if (!contents) return contents.status();
+  std::unordered_set<std::string> names;
+  names.reserve(localItems.size());
+  for (const auto& path : localItems) names.insert(lastComponent(path));
+  for (const auto& [name, item] : *contents) {
+    if (names.count(name)) continue;
+    if (Status removed = removeFSItem(item.fsid); !removed.ok()) return removed;
+  }
+  return Status();
+}
+
+void ContentIndexBuilder::report(const std::string& status, const std::string& detail) {
+  if (!activityItem_ || !options_.activity) return;
+  activityItem_->rightText = status;
+  activityItem_->shortStatus = detail;
+  options_.activity->save(activityItem_);
+}
+
+Status ContentIndexBuilder::add(const std::vector<std::string>& files, std::uint32_t parentID,
+                                ContentIndexMode indexMode) {
+  auto existing = index_.loadFolderContents(parentID);
+  if (!existing) return existing.status();
+  std::vector<FSItem> fresh;
+  std::int64_t total = index_.documentInfo.numberOfFSItems.value_or(0);
+  auto flushFresh = [&]() -> Status {
+    if (fresh.empty()) return Status();
+    Status written = index_.writeChildren(parentID, fresh, *lastAutoID_);
+    counts_.itemsWritten += fresh.size();
+    fresh.clear();
+    return written;
+  };
+  for (const std::string& path : files) {
+    if (index_.shouldCancel) break;
+    auto found = existing->find(lastComponent(path));
+    bool changed = true;
+    std::optional<std::uint32_t> fileID;
+    if (found != existing->end() && !hasChanged(found->second, path)) {
+      changed = false;
+      fileID = found->second.fsid;
+    } else {
+      if (found != existing->end()) {
+        // The old record goes first (its ID onto the dead list): a changed
+        // file always gets a new ID.
+        if (Status flushed = flushFresh(); !flushed.ok()) return flushed;
+        if (Status removed = removeFSItem(found->second.fsid); !removed.ok()) return removed;
+      }
+      auto item = urlToFSItem(parentID, path);
+      if (!item) {
+        // Gone between the listing and now, or unreadable: left out.
+        VLOG("index: passing over {}: {}", path, item.status().message());
+      } else {
+        fileID = item->fsid;
+        fresh.push_back(std::move(*item));
+      }
+    }
+    ++counts_.itemsSeen;
+    if (counts_.itemsSeen - reportedAt_ >= 500 || counts_.itemsSeen == 1) {
+      reportedAt_ = counts_.itemsSeen;
+      std::string count = grouped(counts_.itemsSeen);
+      std::int64_t percent =
+          total > 0 ? static_cast<std::int64_t>(static_cast<double>(counts_.itemsSeen) / total * 100.0) : -1;
+      if (total > 0 && percent <= 100)
+        report(fmt::format("Cached {} of {} items. {}%.", count, grouped(static_cast<std::size_t>(total)), percent),
+               fmt::format("{} files/{}%", count, percent));
+      else
+        report(fmt::format("Cached {} items.", count), count + " files");
+    }
+    bool import = fileID && ((indexMode == ContentIndexMode::textDocuments && changed) ||
+                             indexMode == ContentIndexMode::ocrAndTextDocuments);
+    if (import) {
+      if (!options_.words) return Status::unsupported("no text import is available for " + path);
+      ++counts_.importCalls;
+      auto words = options_.words->wordsInFile(path, indexMode == ContentIndexMode::ocrAndTextDocuments);
+      if (!words) return words.status();
+      if (!words->empty())
+        if (Status added = addWordsToIndex(*fileID, *words); !added.ok()) return added;
+    }
+  }
+  return flushFresh();
+}
+
+Status ContentIndexBuilder::addWordsToIndex(std::uint32_t fileID, const DocumentWordSource::Words& words) {
+  auto& cache = index_.wordCache;
+  for (const auto& [word, count] : words) {
+    if (word.empty()) continue;
+    if (auto cached = cache.find(word); cached != cache.end()) {
+      cached->second.add(fileID, count);
+    } else {
+      auto stored = index_.findExact(word);
+      if (!stored) return stored.status();
+      if (*stored) {
+        (*stored)->add(fileID, count);
+        cache.emplace(word, std::move(**stored));
+      } else {
+        cache.emplace(word, WordContainer(word, fileID, count));
+      }
+    }
+    if (cache.size() > kWordCacheLimit)
+      if (Status flushed = flushWordCache(); !flushed.ok()) return flushed;
+  }
+  return Status();
+}
+
+Status ContentIndexBuilder::flushWordCache() {
+  if (index_.wordCache.empty()) return Status();
+  // Dead IDs known to this build must reach the file before the containers
+  // are filtered by it.
+  if (Status saved = saveDeadIDs(); !saved.ok()) return saved;
+  auto started = std::chrono::steady_clock::now();
+  Status written = index_.write(index_.wordCache);
+  index_.wordCache.clear();
+  ++counts_.wordFlushes;
+  VLOG("Write time: {}", std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
+  return written;
+}
+
+Status ContentIndexBuilder::purgeWordContainers() {
+  auto dead = index_.loadDeadIds();
+  if (!dead) return dead.status();
+  if (dead->size() <= kDeadIDsBeforePurge) return Status();
+  counts_.purgedWords = true;
+  // Written back batch by batch as the walk goes (ContentIndex::write drops
+  // the dead IDs); the store's lock is free between the batches.
+  std::vector<WordContainer> batch;
+  Status written;
+  Status walked = index_.walk(IndexKeys::kWordGroup, [&](const std::string& key, const Data& value) {
+    WordContainer container(key.substr(1), value);
+    container.load();
+    batch.push_back(std::move(container));
+    if (batch.size() < IndexKeys::kBatchSize) return true;
+    written = index_.write(batch);
+    batch.clear();
+    return written.ok();
+  });
+  if (!walked.ok()) return walked;
+  if (!written.ok()) return written;
+  return index_.write(batch);
+}
+
+Status ContentIndexBuilder::purge() {
+  if (Status purged = purgeWordContainers(); !purged.ok()) return purged;
+  return index_.compact();
+}
+
+std::vector<std::string> ContentIndexBuilder::skipFoldersFor(const std::vector<std::string>& items) const {
+  if (options_.skipFolders) return *options_.skipFolders;
+  std::vector<std::string> skip;
+  VolumeTable volumes = VolumeTable::current();
+  const PathConventions& conventions = PathConventions::current();
+  for (const auto& item : items) {
+    std::string root = "/";
+    if (auto volume = volumes.volumeFor(item)) root = volume->mountPoint;
+    for (auto& folder : conventions.crawlSkipPaths(root, volumes))
+      if (isUnder(folder, item) && folder != item) skip.push_back(std::move(folder));
+    for (auto& folder : volumes.mountPointsBelow(item))
+      if (folder != item) skip.push_back(std::move(folder));
+  }
+  return skip;
+}
+
+Status ContentIndexBuilder::build(const std::vector<std::string>& items, bool alwaysMirror,
+                                  ContentIndexMode indexMode) {
+  if (indexMode != ContentIndexMode::off && !options_.words)
+    return Status::unsupported(
+        "indexing the words of documents needs the text import, which this build of Velmora doesn't have");
+  VLOG("index: building {} ({})", index_.displayName, index_.localDBFile.string());
+  index_.state = ContentIndexLMDBState::building;
+  index_.shouldCancel = false;
+  counts_ = {};
+  lastAutoID_.reset();
+  deadIDs_.clear();
+  deadIDsLoaded_ = false;
+  deadIDsChanged_ = false;
+  reportedAt_ = 0;
+  index_.wordCache.clear();
+
+  if (options_.activity) {
+    activityItem_ = ActivityItem::make(options_.clock->now());
+    activityItem_->leftText = "Caching \"" + index_.displayName + "\"";
+    activityItem_->cancelFunc = [this](ActivityItem&) { index_.shouldCancel = true; };
+    options_.activity->save(activityItem_);
+  }
+  struct Finish {
+    ContentIndexBuilder* self;
+    bool opened = false;
+    ~Finish() {
+      if (opened) self->index_.close();
+      self->index_.state = ContentIndexLMDBState::none;
+      if (self->activityItem_ && self->options_.activity) self->options_.activity->remove(self->activityItem_->id);
+      self->activityItem_.reset();
+      VLOG("index: build of {} ended", self->index_.displayName);
+    }
+  } finish{this};
+
+  if (index_.documentInfo.isDirty) {
+    std::error_code ignored;
+    fs::remove(index_.localDBFile, ignored);
+    index_.documentInfo.numberOfFSItems.reset();
+  }
+  index_.documentInfo.lastIndexMode = indexMode;
+  index_.documentInfo.lastUpdated = options_.clock->now();
+  index_.documentInfo.isDirty = false;
+  if (Status saved = index_.saveDocumentInfo(); !saved.ok()) return saved;
+
+  if (Status opened = index_.open(); !opened.ok()) return opened;
+  finish.opened = true;
+
+  const std::vector<std::string> skip = skipFoldersFor(items);
+  auto skipped = [&](const std::string& folder) {
+    if (std::find(skip.begin(), skip.end(), folder) != skip.end()) return true;
+    std::string withSlash = folder + "/";
+    return withSlash.find("/Windows/") != std::string::npos || withSlash.find("/Windows.old/") != std::string::npos;
+  };
+
+  std::vector<std::string> stack = items;
+  while (!stack.empty() && !index_.shouldCancel) {
+    std::string folder = std::move(stack.back());
+    stack.pop_back();
+    auto listing = DirectoryIterator::urlContentsOfDirectory(folder);
+    std::erase_if(listing.files, [](const std::string& path) { return !badNames(path); });
+    std::erase_if(listing.directories,
+                  [&](const std::string& path) { return !badNames(path) || skipped(path); });
+
+    auto id = index_.findID(folder);
+    if (!id) return id.status();
+    std::uint32_t folderID = 0;
+    if (*id) {
+      folderID = **id;
+    } else {
+      auto inserted = insert(folder);
+      if (!inserted) {
+        VLOG("index: passing over {}: {}", folder, inserted.status().message());
+        continue;
+      }
+      folderID = inserted->fsid;
+    }
+    if (activityItem_) report("Caching \"" + lastComponent(folder) + "\"", {});
+    if (Status added = add(listing.files, folderID, indexMode); !added.ok()) return added;
+    if (index_.shouldCancel) break;
+    std::vector<std::string> all = listing.files;
+    all.insert(all.end(), listing.directories.begin(), listing.directories.end());
+    for (auto it = listing.directories.rbegin(); it != listing.directories.rend(); ++it) stack.push_back(*it);
+    if (Status removed = removeExtraFiles(all, folderID); !removed.ok()) return removed;
+  }
+
+  if (Status flushed = flushWordCache(); !flushed.ok()) return flushed;
+  if (Status saved = saveDeadIDs(); !saved.ok()) return saved;
+  index_.documentInfo.lastUpdated = options_.clock->now();
+
+  if (index_.shouldCancel && index_.remoteDBFile) {
+    // The local work is thrown away: the shared copy comes back.
+    index_.close();
+    finish.opened = false;
+    std::error_code ignored;
+    fs::remove(index_.localDBFile, ignored);
+    auto mirrored = IndexMirror::mirrorIfNeeded(index_.localDBFile, *index_.remoteDBFile, true, *options_.clock);
+    if (!mirrored) return mirrored.status();
+    Status loaded = index_.loadDocumentInfo();
+    if (!loaded.ok()) return loaded;
+    return Status::cancelled("the update of \"" + index_.displayName + "\" was cancelled");
+  }
+
+  index_.documentInfo.numberOfFSItems = static_cast<std::int64_t>(counts_.itemsSeen);
+  if (Status saved = index_.saveDocumentInfo(); !saved.ok()) return saved;
+  if (Status purged = purge(); !purged.ok()) return purged;
+
+  if (index_.remoteDBFile) {
+    index_.close();
+    finish.opened = false;
+    auto mirrored = IndexMirror::mirrorIfNeeded(index_.localDBFile, *index_.remoteDBFile, alwaysMirror,
+                                                *options_.clock);
+    if (!mirrored) return mirrored.status();
+    if (*mirrored)
+      if (Status loaded = index_.loadDocumentInfo(); !loaded.ok()) return loaded;
+  }
+  if (index_.shouldCancel) return Status::cancelled("the update of \"" + index_.displayName + "\" was cancelled");
+  index_.hasBeenUpdated = true;
+  return Status();
+}
+
+}  // namespace velmora
