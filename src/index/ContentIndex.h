@@ -14,6 +14,7 @@
 
 #include "common/Lock.h"
 #include "common/Result.h"
+#include "index/CachingUpdatesTag.h"
 #include "index/store/DocumentInfo.h"
 #include "index/store/FSItem.h"
 #include "index/store/SimpleLMDB.h"
@@ -104,6 +105,7 @@ class ContentIndex {
   std::optional<std::filesystem::path> remoteDBFile;
   // The folder or disk indexed, when known.
   std::optional<std::string> targetURL;
+  CachingUpdatesTag updatesEvery = CachingUpdatesTag::defaultTiming;
   bool shouldDoATimedRefresh = false;
   bool hasBeenUpdated = false;
   std::atomic<ContentIndexLMDBState> state{ContentIndexLMDBState::none};
