@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "app/CliRegistry.h"
+#include "index/ContentIndexManager.h"
 #include "common/AppDirectories.h"
 #include "common/Clock.h"
 #include "common/JSONText.h"
@@ -241,8 +242,13 @@ class TerminalSearch final : public SearchManagerDelegate {
   // is not is given in the escaped form of JSONText and marked so.
   std::string lineFor(const SearchResult& item) const {
     if (options_.json) {
-      if (!JSONText::needsEscaping(item.path)) return item.serialised() + '\n';
+      // From an index whose disk is not there: not looked for, and said so.
+      bool absent = item.searchResultSuppliedBy == SearchResultSupplier::CompactContentIndex &&
+                    !item.checkToSeeIfItExists;
+      if (!absent && !JSONText::needsEscaping(item.path)) return item.serialised() + '\n';
       auto json = item.toJSON();
+      if (absent) json["present"] = false;
+      if (!JSONText::needsEscaping(item.path)) return JSONText::dump(json) + '\n';
       json["path"] = JSONText::escaped(item.path);
       json["pathEscaped"] = true;
       return JSONText::dump(json) + '\n';
@@ -284,6 +290,15 @@ int runSearch(const Options& options) {
     for (const auto& folder : options.folders) {
       struct stat info {};
       if (::stat(folder.c_str(), &info) != 0) {
+        // A folder or disk that is not there may still be searched through
+        // an index that covers it.
+        std::string url = absoluteFolder(folder);
+        if (!ContentIndexManager::shared().cachesForItem(url).empty() &&
+            PreferenceStore::shared().boolForKey("diskCatalogCaching")) {
+          if (fs.isInsideOSDirectory(url) || fs.isInvisibleOrInsidePackage(url)) insideSystem = true;
+          urls.push_back(std::move(url));
+          continue;
+        }
         std::fprintf(stderr, "velmora: %s: no such file or folder\n", folder.c_str());
         return 2;
       }

@@ -398,4 +398,117 @@ std::optional<std::string> ContentIndex::pathFor(std::uint32_t id) const {
   return target + path;
 }
 
+Result<std::vector<WordContainer>> ContentIndex::findWordInWordContainers(const std::string& word,
+                                                                          bool wholeWords) const {
+  std::vector<WordContainer> found;
+  Status walked = walk(kWordGroup, [&](const std::string& key, const Data& value) {
+    std::string_view stored = std::string_view(key).substr(1);
+    bool match = wholeWords ? stored == word : stored.find(word) != std::string_view::npos;
+    if (match) {
+      WordContainer container(std::string(stored), value);
+      container.load();
+      found.push_back(std::move(container));
+    }
+    return true;
+  });
+  if (!walked.ok()) {
+    // What was found until the failure is still an answer.
+    if (found.empty()) return walked;
+  }
+  return found;
+}
+
+Result<std::map<std::string, std::int64_t>> ContentIndex::searchContent(const std::vector<std::string>& forWords,
+                                                                        const std::vector<std::string>& excludingWords,
+                                                                        bool wholeWords, bool allWords) const {
+  std::map<std::uint32_t, SearchProgress> progress;
+  for (const std::string& word : forWords) {
+    auto containers = findWordInWordContainers(word, wholeWords);
+    if (!containers) return containers.status();
+    std::map<std::uint32_t, std::int64_t> merged;
+    for (auto& container : *containers)
+      for (const auto& [document, count] : container.documentIDs()) merged[document] += count;
+    for (const auto& [document, count] : merged) {
+      SearchProgress& entry = progress[document];
+      entry.documentID = document;
+      entry.wordStatistics[word] = static_cast<std::uint16_t>(std::min<std::int64_t>(count, 0xFFFF));
+      ++entry.matchedWords;
+    }
+  }
+  for (const std::string& word : excludingWords) {
+    auto containers = findWordInWordContainers(word, wholeWords);
+    if (!containers) return containers.status();
+    for (auto& container : *containers)
+      for (const auto& [document, count] : container.documentIDs())
+        if (auto it = progress.find(document); it != progress.end()) ++it->second.excludingWords;
+  }
+  std::map<std::string, std::int64_t> scores;
+  for (const auto& [document, entry] : progress) {
+    if (entry.excludingWords != 0) continue;
+    if (allWords ? entry.matchedWords != static_cast<int>(forWords.size()) : entry.matchedWords == 0) continue;
+    auto path = pathFor(document);
+    if (!path) continue;
+    std::int64_t score = 0;
+    for (const auto& [word, count] : entry.wordStatistics) score += count;
+    scores[*path] = score;
+  }
+  return scores;
+}
+
+std::set<std::string> ContentIndex::documentIDsToPaths(const std::vector<std::uint32_t>& ids) const {
+  std::set<std::string> paths;
+  for (std::uint32_t document : ids)
+    if (auto path = pathFor(document)) paths.insert(std::move(*path));
+  return paths;
+}
+
+Result<std::vector<std::string>> ContentIndex::findDocumentsForWord(const std::string& word) const {
+  auto container = findExact(word);
+  if (!container) return container.status();
+  if (!*container) return std::vector<std::string>();
+  std::vector<std::uint32_t> ids;
+  for (const auto& [document, count] : (*container)->documentIDs()) ids.push_back(document);
+  auto paths = documentIDsToPaths(ids);
+  return std::vector<std::string>(paths.begin(), paths.end());
+}
+
+Result<std::vector<std::string>> ContentIndex::allWords() const {
+  std::vector<std::string> words;
+  Status walked = walk(kWordGroup, [&](const std::string& key, const Data&) {
+    words.push_back(key.substr(1));
+    return true;
+  });
+  if (!walked.ok()) return walked;
+  return words;
+}
+
+Result<std::vector<std::string>> ContentIndex::allFSItemNames() const {
+  std::vector<std::string> names;
+  Status walked = walk(kItemGroup, [&](const std::string&, const Data& value) {
+    if (auto item = FSItem::decode(value)) names.push_back(std::move(item->name));
+    return true;
+  });
+  if (!walked.ok()) return walked;
+  return names;
+}
+
+Result<std::vector<std::string>> ContentIndex::pathsForFSItemName(const std::string& name) const {
+  std::vector<std::string> paths;
+  Status walked = walk(kItemGroup, [&](const std::string&, const Data& value) {
+    auto item = FSItem::decode(value);
+    if (item && item->name == name)
+      if (auto path = pathFor(item->fsid)) paths.push_back(std::move(*path));
+    return true;
+  });
+  if (!walked.ok()) return walked;
+  return paths;
+}
+
+bool ContentIndex::isTargetMounted() const {
+  const auto& target = documentInfo.suggestedTarget ? documentInfo.suggestedTarget : targetURL;
+  if (!target) return false;
+  std::error_code ec;
+  return std::filesystem::exists(*target, ec);
+}
+
 }  // namespace velmora

@@ -99,6 +99,31 @@ class ContentIndex {
   // failure ends the walk with what was found.
   std::optional<std::string> pathFor(std::uint32_t id) const;
 
+  // Word search. Stored words are lowercase; pass lowercase words.
+  struct SearchProgress {
+    std::uint32_t documentID = 0;
+    std::map<std::string, std::uint16_t> wordStatistics;
+    int matchedWords = 0;
+    int excludingWords = 0;
+  };
+  // The containers of the words that equal (wholeWords) or contain the
+  // word, by one walk over every word of the file.
+  [[nodiscard]] Result<std::vector<WordContainer>> findWordInWordContainers(const std::string& word,
+                                                                           bool wholeWords) const;
+  // Path to score (the sum of the counts of the searched words): documents
+  // holding every word (allWords) or any, and none of the excluded ones.
+  [[nodiscard]] Result<std::map<std::string, std::int64_t>> searchContent(const std::vector<std::string>& forWords,
+                                                                         const std::vector<std::string>& excludingWords,
+                                                                         bool wholeWords, bool allWords) const;
+  [[nodiscard]] Result<std::vector<std::string>> findDocumentsForWord(const std::string& word) const;
+  [[nodiscard]] Result<std::vector<std::string>> allWords() const;
+  [[nodiscard]] Result<std::vector<std::string>> allFSItemNames() const;
+  [[nodiscard]] Result<std::vector<std::string>> pathsForFSItemName(const std::string& name) const;
+  // The paths of the IDs that have one.
+  std::set<std::string> documentIDsToPaths(const std::vector<std::uint32_t>& ids) const;
+  // Whether the folder or disk indexed is there now.
+  bool isTargetMounted() const;
+
   std::string id;
   std::string displayName;
   std::filesystem::path localDBFile;

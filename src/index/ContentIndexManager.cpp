@@ -77,6 +77,20 @@ ContentIndexManager::ContentIndexManager(Environment environment) : environment_
   load();
 }
 
+namespace {
+std::optional<ContentIndexManager::Environment>& sharedEnvironment() {
+  static std::optional<ContentIndexManager::Environment> environment;
+  return environment;
+}
+}  // namespace
+
+void ContentIndexManager::configureShared(Environment environment) { sharedEnvironment() = std::move(environment); }
+
+ContentIndexManager& ContentIndexManager::shared() {
+  static ContentIndexManager manager(sharedEnvironment().value_or(Environment{}));
+  return manager;
+}
+
 PreferenceStore& ContentIndexManager::preferences() const {
   return environment_.preferences ? *environment_.preferences : PreferenceStore::shared();
 }

@@ -48,6 +48,11 @@ class ContentIndexManager {
   };
 
   explicit ContentIndexManager(Environment environment);
+  // The process's own, over the user's preferences; made at first use.
+  static ContentIndexManager& shared();
+  // Gives the process's manager an environment before its first use (the
+  // serve loop's refresh thread, `--reset-caches`).
+  static void configureShared(Environment environment);
   ContentIndexManager(const ContentIndexManager&) = delete;
   ContentIndexManager& operator=(const ContentIndexManager&) = delete;
 

@@ -1,5 +1,6 @@
 #include "shell/SearchSources.h"
 
+#include "index/ContentIndexSearch.h"
 #include "query/commands/KnownDirectoriesSearch.h"
 #include "search/FSUtilities.h"
 #include "search/FileSystemSearch.h"
@@ -14,6 +15,7 @@ SearchManagerEnvironment SearchSources::standardEnvironment() {
   SearchManagerEnvironment environment;
   environment.sources = {
       {SourceCondition::always, "KnownDirectoriesSearch", [] { return std::make_shared<KnownDirectoriesSearch>(); }},
+      {SourceCondition::wordBasedWithoutOwnLocations, "ContentIndexSearch", [] { return ContentIndexSearch::overSharedManager(); }},
       {SourceCondition::wordBasedWithoutOwnLocations, "FileSystemSearch",
        [] { return std::make_shared<FileSystemSearch>(FSUtilities::shared(), &ActivityController::shared()); }},
   };
