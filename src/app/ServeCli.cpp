@@ -7,10 +7,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "app/CliRegistry.h"
 #include "common/Alert.h"
 #include "common/Logger.h"
+#include "common/MainQueue.h"
+#include "index/ContentIndexManager.h"
+#include "shell/ActivityController.h"
 #include "query/commands/LabelTagManager.h"
 #include "search/DiskInfoManager.h"
 #include "search/IgnoreItems.h"
@@ -29,8 +33,32 @@ namespace {
 // Subsystems join the application here as they are built, one line each,
 // e.g. `hooks.mediaServerStartup = [] { MediaServer::shared().startup(); };`.
 // The order they run in is fixed by AppDelegate::startSteps().
-LifecycleHooks subsystemHooks(bool resetBookmarks) {
+LifecycleHooks subsystemHooks(bool resetBookmarks, bool resetCaches) {
   LifecycleHooks hooks;
+  // Index builds run on their own threads; the list and the timed round
+  // stay on the main queue.
+  ContentIndexManager::Environment indexes;
+  indexes.resetCaches = resetCaches;
+  indexes.buildOptions.activity = &ActivityController::shared();
+  indexes.startRefresh = [](std::shared_ptr<ContentIndex> index, bool userInitiated) {
+    std::thread([index, userInitiated] {
+      Status built = ContentIndexManager::shared().buildNow(index, userInitiated);
+      MainQueue::async([index, built] {
+        if (!built.ok() && built.code() != Status::Code::cancelled)
+          Alert::show(Alert{"The cache \"" + index->displayName + "\" could not be updated.", built.message(), {"OK"}}, {});
+        index->state = ContentIndexLMDBState::none;
+        ContentIndexManager::shared().save().ignore();
+        ContentIndexManager::shared().performNextTimedIndexRefresh();
+      });
+    }).detach();
+  };
+  ContentIndexManager::configureShared(std::move(indexes));
+  hooks.contentIndexPeriodicStep = [] {
+    ContentIndexManager::shared().startScheduledRefreshIfNeeded();
+    ContentIndexManager::shared().performNextTimedIndexRefresh();
+  };
+  hooks.updatingIndexCount = [] { return ContentIndexManager::shared().buildingCount(); };
+  hooks.cancelAllIndexUpdates = [] { ContentIndexManager::shared().cancelAll(); };
   hooks.securityStartup = [resetBookmarks] { Security::shared().startup(resetBookmarks); };
   hooks.ignoreItemsStartup = [] {
     IgnoreItems::startup();
@@ -91,7 +119,7 @@ std::optional<std::unique_ptr<SingleInstanceLock>> takeLock() {
   return std::unique_ptr<SingleInstanceLock>();
 }
 
-int runServe(double graceSeconds, bool resetBookmarks) {
+int runServe(double graceSeconds, bool resetBookmarks, bool resetCaches) {
   // `--log` switched logging on already; the preference can switch it on
   // (and off again) while running.
   bool logFlag = Logger::isEnabled() && !Preferences::loggingEnabled();
@@ -103,7 +131,7 @@ int runServe(double graceSeconds, bool resetBookmarks) {
   if (interactive) Alert::setPresenter(askOnTerminal);
 
   SystemdLoginItem loginItem;
-  AppDelegate delegate(subsystemHooks(resetBookmarks), Scheduler::main(), loginItem,
+  AppDelegate delegate(subsystemHooks(resetBookmarks, resetCaches), Scheduler::main(), loginItem,
                        [] { return &BrowsingMetadata::metadata(); });
   delegate.setInteractive(interactive);
   delegate.setGracePeriod(Seconds(graceSeconds));
@@ -126,7 +154,12 @@ const bool registered = registerCli(80, [](CLI::App& root, CliContext& context) 
       ->check(CLI::NonNegativeNumber);
   auto resetBookmarks = std::make_shared<bool>(false);
   serve->add_flag("--reset-bookmarks", *resetBookmarks, "forget the remembered access to folders before starting");
-  serve->callback([&context, grace, resetBookmarks] { context.exitCode = runServe(*grace, *resetBookmarks); });
+  auto resetCaches = std::make_shared<bool>(false);
+  serve->add_flag("--reset-caches", *resetCaches,
+                  "forget the list of indexes before starting (their files stay); a way out of a bad list");
+  serve->callback([&context, grace, resetBookmarks, resetCaches] {
+    context.exitCode = runServe(*grace, *resetBookmarks, *resetCaches);
+  });
 });
 
 }  // namespace

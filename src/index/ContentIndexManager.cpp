@@ -300,24 +300,32 @@ bool ContentIndexManager::isIndexing(const std::string& diskURL) const {
   return false;
 }
 
+Status ContentIndexManager::buildNow(const std::shared_ptr<ContentIndex>& index, bool userInitiated) const {
+  if (index->state == ContentIndexLMDBState::building) return Status();
+  std::optional<std::string> target = index->targetURL ? index->targetURL : index->documentInfo.suggestedTarget;
+  std::error_code ec;
+  if (!target) return Status::notFound("\"" + index->displayName + "\" doesn't say which folder it covers");
+  if (!fs::is_directory(*target, ec))
+    return Status::notFound("the folder of \"" + index->displayName + "\", " + *target + ", is not there");
+  ContentIndexBuilder builder(*index, environment_.buildOptions);
+  index->targetURL = target;
+  return builder.build({*target}, userInitiated, index->documentInfo.lastIndexMode);
+}
+
 Status ContentIndexManager::refresh(const std::shared_ptr<ContentIndex>& index, bool userInitiated) {
-  Status result;
-  if (index->state != ContentIndexLMDBState::building) {
-    std::optional<std::string> target = index->targetURL ? index->targetURL : index->documentInfo.suggestedTarget;
-    std::error_code ec;
-    if (!target) {
-      result = Status::notFound("\"" + index->displayName + "\" doesn't say which folder it covers");
-    } else if (!fs::is_directory(*target, ec)) {
-      result = Status::notFound("the folder of \"" + index->displayName + "\", " + *target + ", is not there");
-    } else {
-      ContentIndexBuilder builder(*index, environment_.buildOptions);
-      index->targetURL = target;
-      result = builder.build({*target}, userInitiated, index->documentInfo.lastIndexMode);
-      if (Status saved = save(); result.ok() && !saved.ok()) result = saved;
-    }
-  }
+  Status result = buildNow(index, userInitiated);
+  if (Status saved = save(); result.ok() && !saved.ok()) result = saved;
+  // The timed chain goes on whatever the outcome.
   performNextTimedIndexRefresh();
   return result;
+}
+
+int ContentIndexManager::buildingCount() const {
+  int count = 0;
+  for (const auto& index : indexes_)
+    if (index->state == ContentIndexLMDBState::building || index->state == ContentIndexLMDBState::waitingToBuild)
+      ++count;
+  return count;
 }
 
 void ContentIndexManager::start(const std::shared_ptr<ContentIndex>& index, bool userInitiated) {

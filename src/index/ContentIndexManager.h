@@ -85,6 +85,10 @@ class ContentIndexManager {
   // Builds now, in the calling thread: checks the target is there, then the
   // build in the index's last mode, then the next index of a timed round.
   [[nodiscard]] Status refresh(const std::shared_ptr<ContentIndex>& index, bool userInitiated);
+  // The build alone, without touching the list: safe on a build thread.
+  [[nodiscard]] Status buildNow(const std::shared_ptr<ContentIndex>& index, bool userInitiated) const;
+  // How many indexes are being built now.
+  int buildingCount() const;
   // At every search of an index: starts a refresh when the index is due.
   bool scheduleRefreshIfNeeded(const std::shared_ptr<ContentIndex>& index);
   // The 50-second timer's work: the fixed-time round, then its next step.
