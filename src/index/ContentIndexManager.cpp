@@ -293,6 +293,27 @@ std::vector<std::shared_ptr<ContentIndex>> ContentIndexManager::cachesForItem(co
   return found;
 }
 
+std::optional<std::vector<std::pair<std::string, FSItem>>> ContentIndexManager::loadChildrenFromCache(
+    const std::string& directory) const {
+  std::string folder = directory;
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  for (const auto& index : cachesForItem(folder)) {
+    if (!index->open().ok()) continue;
+    auto id = index->findID(folder);
+    std::optional<std::vector<std::pair<std::string, FSItem>>> children;
+    if (id && *id) {
+      if (auto contents = index->loadFolderContents(**id)) {
+        children.emplace();
+        for (auto& [name, item] : *contents)
+          children->emplace_back(folder == "/" ? "/" + name : folder + "/" + name, std::move(item));
+      }
+    }
+    index->close();
+    if (children) return children;
+  }
+  return std::nullopt;
+}
+
 bool ContentIndexManager::isIndexing(const std::string& diskURL) const {
   for (const auto& index : indexes_)
     if (index->state == ContentIndexLMDBState::building && index->targetURL && isAtOrBelow(*index->targetURL, diskURL))

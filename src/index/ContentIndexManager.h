@@ -80,6 +80,10 @@ class ContentIndexManager {
   // The indexes whose target is the path or a folder above it.
   std::vector<std::shared_ptr<ContentIndex>> cachesForItem(const std::string& path) const;
   bool isIndexing(const std::string& diskURL) const;
+  // The children of a folder (full path and record) from the first index
+  // that covers it and holds it; absent when none does. For listing a
+  // folder of a disk that is not mounted.
+  std::optional<std::vector<std::pair<std::string, FSItem>>> loadChildrenFromCache(const std::string& directory) const;
   std::string suggestNiceName(const std::string& target) const;
 
   // Builds now, in the calling thread: checks the target is there, then the

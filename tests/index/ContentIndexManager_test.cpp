@@ -159,5 +159,22 @@ TEST_F(ContentIndexManagerTest, RefreshesFollowEachIndexsIntervalAndTheFixedTime
   EXPECT_EQ(started.size(), 2u);
 }
 
+TEST_F(ContentIndexManagerTest, ChildrenOfAFolderComeFromTheIndexThatHoldsIt) {
+  fs::path tree = home.tree("disk");
+  test::writeFile(tree / "a/one.txt", "1");
+  test::writeFile(tree / "a/two.txt", "2");
+  ContentIndexManager manager(environment());
+  auto index = manager.newIndex(tree.string(), home.path() / "indexes/disk.vlcache");
+  ASSERT_TRUE(manager.buildNow(index, true).ok());
+  fs::remove_all(tree);
+  auto children = manager.loadChildrenFromCache((tree / "a").string());
+  ASSERT_TRUE(children);
+  ASSERT_EQ(children->size(), 2u);
+  EXPECT_EQ((*children)[0].first, (tree / "a/one.txt").string());
+  EXPECT_EQ((*children)[1].second.size, 1);
+  EXPECT_FALSE(manager.loadChildrenFromCache((tree / "b").string()));
+  EXPECT_FALSE(manager.loadChildrenFromCache("/elsewhere"));
+}
+
 }  // namespace
 }  // namespace velmora
