@@ -25,34 +25,12 @@ fi
 cmake --build "$build" --target velmora --parallel "${JOBS:-2}" >/dev/null
 velmora="$build/bin/velmora"
 
-# Generates TOPS x MIDDLES x LEAVES folders with FILES_PER_FOLDER files each.
-generate() {
-  python3 - "$1" "$2" "$3" "$4" "$5" <<'PY'
-import os, random, sys
-root, tops, middles, leaves, files = sys.argv[1], *map(int, sys.argv[2:])
-words = ["alpha", "budget", "notes", "report", "draft", "photo", "invoice", "summary", "letter", "plan",
-         "music", "video", "backup", "scan", "minutes", "agenda", "thesis", "chart", "table", "memo"]
-random.seed(7)
-folders = 0
-for t in range(tops):
-    for m in range(middles):
-        for l in range(leaves):
-            d = os.path.join(root, f"{random.choice(words)}-{t}", f"{random.choice(words)}_{m}", f"leaf {l}")
-            os.makedirs(d, exist_ok=True)
-            folders += 1
-            for f in range(files):
-                name = f"{random.choice(words)} {random.choice(words)} {t}-{m}-{l}-{f}.{random.choice(['txt', 'pdf', 'jpg', 'doc'])}"
-                open(os.path.join(d, name), "w").close()
-print(f"{folders} leaf folders, {folders * files} files")
-PY
-}
-
 stamp="$tops-$middles-$leaves-$files"
 if [ ! -f "$tree/.generated-$stamp" ]; then
   rm -rf "$tree"
   mkdir -p "$tree"
   echo "generating $tree ..."
-  generate "$tree" "$tops" "$middles" "$leaves" "$files"
+  python3 "$root/bench/generate_tree.py" "$tree" "$tops" "$middles" "$leaves" "$files"
   touch "$tree/.generated-$stamp"
 fi
 count_files=$(find "$tree" -type f | wc -l)
