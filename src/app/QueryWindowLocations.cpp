@@ -1,10 +1,12 @@
 #include "app/QueryWindowLocations.h"
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 
 #include "common/AppDirectories.h"
 #include "common/SharedAdditions.h"
+#include "index/ContentIndexManager.h"
 #include "platform/MountMonitor.h"
 #include "platform/VolumeTable.h"
 #include "search/DiskInfoManager.h"
@@ -60,6 +62,16 @@ void QueryWindowLocations::rebuild() {
     if (!volume.isBrowsable || volume.mountPoint == "/") continue;
     std::string name = volume.label ? *volume.label : SharedAdditions::displayName(volume.mountPoint);
     items.push_back({"on " + name, std::nullopt, {volume.mountPoint}, volume.mountPoint});
+  }
+  // Indexed folders and disks, searchable also when they are not there.
+  for (const auto& index : ContentIndexManager::shared().indexes()) {
+    if (!index->targetURL) continue;
+    std::time_t t = std::chrono::system_clock::to_time_t(index->documentInfo.lastUpdated);
+    std::tm tm{};
+    localtime_r(&t, &tm);
+    char date[16];
+    std::strftime(date, sizeof date, "%m/%d/%Y", &tm);
+    items.push_back({"in " + index->displayName + " (Cached " + date + ")", std::nullopt, {*index->targetURL}, {}});
   }
   items_ = std::move(items);
 }
