@@ -7,28 +7,6 @@
 
 namespace velmora::commandsupport {
 
-std::string_view lastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  std::size_t slash = path.rfind('/');
-  if (slash == std::string_view::npos || path.size() == 1) return path;
-  return path.substr(slash + 1);
-}
-
-std::string_view deletingLastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  std::size_t slash = path.rfind('/');
-  if (slash == std::string_view::npos) return {};
-  if (slash == 0) return path.substr(0, 1);
-  return path.substr(0, slash);
-}
-
-std::string_view pathExtension(std::string_view path) {
-  std::string_view name = lastPathComponent(path);
-  std::size_t dot = name.rfind('.');
-  if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return {};
-  return name.substr(dot + 1);
-}
-
 std::size_t characterCount(std::string_view text) {
   bool ascii = true;
   for (unsigned char c : text)

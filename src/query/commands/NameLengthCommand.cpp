@@ -2,6 +2,7 @@
 
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
 
 namespace velmora {
 
@@ -21,7 +22,7 @@ std::string NameLengthCommand::commandExample() const {
 
 CommandApplyResult NameLengthCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                       const QueryContainer&) {
-  return apply(commandsupport::characterCount(commandsupport::lastPathComponent(result.path)), count, choice);
+  return apply(commandsupport::characterCount(PathText::lastPathComponent(result.path)), count, choice);
 }
 
 const std::map<std::string, NameLengthCommand::Choice>& NameLengthCommandFactory::map() {

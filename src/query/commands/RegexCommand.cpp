@@ -5,6 +5,8 @@
 #include "common/Logger.h"
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -42,9 +44,12 @@ std::shared_ptr<Command> RegexCommand::copy() const {
 CommandApplyResult RegexCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                  const QueryContainer&) {
   if (!matcher_) return CommandApplyResult::skip;
-  const std::string name = plainLowercase(commandsupport::lastPathComponent(result.path));
+  const std::string name = TextCase::plainLowercase(PathText::lastPathComponent(result.path));
   UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::RegexMatcher> m(matcher_->matcher(icu::UnicodeString::fromUTF8(name), status));
+  // The matcher reads the text it is given for as long as it lives: the text
+  // must outlive it.
+  const icu::UnicodeString text = icu::UnicodeString::fromUTF8(name);
+  std::unique_ptr<icu::RegexMatcher> m(matcher_->matcher(text, status));
   if (U_FAILURE(status) || !m) return CommandApplyResult::exclude;
   // A runaway pattern stops here and counts as no match.
   m->setTimeLimit(200, status);
