@@ -17,6 +17,7 @@
 #include "common/ActivityReporter.h"
 #include "common/JSONText.h"
 #include "common/TerminalText.h"
+#include "common/TextCase.h"
 #include "index/CacheInspector.h"
 #include "index/ContentIndexManager.h"
 #include "stores/PreferenceStore.h"
@@ -272,18 +273,12 @@ struct WordsOptions {
   bool json = false;
 };
 
-std::string lowercase(std::string text) {
-  for (char& c : text)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return text;
-}
-
 int runWords(const WordsOptions& options) {
   auto index = manager().find(options.name);
   if (!index) return fail("words", "no index named \"" + options.name + "\" (see velmora index list)");
   std::vector<std::string> words, without;
-  for (const auto& w : options.words) words.push_back(lowercase(w));
-  for (const auto& w : options.without) without.push_back(lowercase(w));
+  for (const auto& w : options.words) words.push_back(TextCase::plainLowercase(w));
+  for (const auto& w : options.without) without.push_back(TextCase::plainLowercase(w));
   index->readOnly = true;
   if (Status opened = index->open(); !opened.ok()) return fail("words", opened.message());
   auto found = index->searchContent(words, without, options.wholeWords, options.allWords);
