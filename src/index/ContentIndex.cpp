@@ -63,6 +63,8 @@ Status ContentIndex::open() {
         auto db = std::make_shared<SimpleLMDB>();
         if (readOnly)
           db->openReadOnly(localDBFile);
+        else if (bulkWrites)
+          db->openForBulkWrites(localDBFile);
         else
           db->open(localDBFile, true);
         db_ = std::move(db);

@@ -141,6 +141,9 @@ class ContentIndex {
   // Open the file without writing to it (viewers of a file that may belong
   // to someone else or be damaged). Set before the first open.
   bool readOnly = false;
+  // Open for a build's many small commits without waiting for the disk at
+  // each (see SimpleLMDB::openForBulkWrites). Set before the first open.
+  bool bulkWrites = false;
 
  private:
   Result<std::shared_ptr<SimpleLMDB>> requireDB() const;

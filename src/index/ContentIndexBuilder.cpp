@@ -404,7 +404,10 @@ Status ContentIndexBuilder::build(const std::vector<std::string>& items, bool al
   index_.documentInfo.isDirty = false;
   if (Status saved = index_.saveDocumentInfo(); !saved.ok()) return saved;
 
-  if (Status opened = index_.open(); !opened.ok()) return opened;
+  index_.bulkWrites = true;
+  Status opened = index_.open();
+  index_.bulkWrites = false;
+  if (!opened.ok()) return opened;
   finish.opened = true;
 
   const std::vector<std::string> skip = skipFoldersFor(items);

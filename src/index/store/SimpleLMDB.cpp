@@ -53,6 +53,11 @@ void SimpleLMDB::open(const fs::path& file, bool /*create*/) {
   openWith(file, Environment::Flags::noLock | Environment::Flags::noSubDir, Database::Flags::create);
 }
 
+void SimpleLMDB::openForBulkWrites(const fs::path& file) {
+  openWith(file, Environment::Flags::noLock | Environment::Flags::noSubDir | Environment::Flags::noSync,
+           Database::Flags::create);
+}
+
 void SimpleLMDB::openReadOnly(const fs::path& file) {
   openWith(file, Environment::Flags::noLock | Environment::Flags::noSubDir | Environment::Flags::readOnly,
            Database::Flags{});

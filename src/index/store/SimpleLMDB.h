@@ -39,6 +39,11 @@ class SimpleLMDB {
   // Opens an existing file without writing to it or creating anything, for
   // viewers. Rejects a file cut shorter than its committed pages.
   void openReadOnly(const std::filesystem::path& file);
+  // Opens for a long run of writes whose commits need not each reach the
+  // disk: a process that dies leaves every committed transaction in the
+  // file (the pages are in the system's cache), only a system crash can
+  // lose the latest. A build ends with a compaction, which writes a new file.
+  void openForBulkWrites(const std::filesystem::path& file);
   void close();
   bool isOpen() const;
 
