@@ -174,8 +174,7 @@ Status ContentIndex::writeChildren(std::uint32_t parentID, const std::vector<FSI
   for (const FSItem& item : items) children->push_back(item.fsid);
   std::sort(children->begin(), children->end());
   children->erase(std::unique(children->begin(), children->end()), children->end());
-  forgetFolder(parentID);
-  return guardStatus(localDBFile, [&] {
+  Status written = guardStatus(localDBFile, [&] {
     std::vector<ValueGroupKey> rows;
     rows.reserve(items.size() + 2);
     rows.push_back({PackedNumbers::storePackedDeltas(*children), kChildrenGroup, idKey(parentID)});
@@ -185,6 +184,18 @@ Status ContentIndex::writeChildren(std::uint32_t parentID, const std::vector<FSI
     (*db)->put(rows);
     return Status();
   });
+  // The parent's cached contents gain the items rather than being read
+  // again: a build adds to one folder many times in a row.
+  if (!written.ok()) {
+    forgetFolder(parentID);
+    return written;
+  }
+  folderContentsCache_.access([&](auto& cache) {
+    for (auto& [id, contents] : cache)
+      if (id == parentID)
+        for (const FSItem& item : items) contents[item.name] = item;
+  });
+  return written;
 }
 
 Status ContentIndex::write(std::vector<WordContainer>& containers) {
