@@ -3,7 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "app/BracketedPaste.h"
+#include "app/DesktopOpener.h"
+#include "app/QueryFieldEditor.h"
 #include "app/QueryWindowLocations.h"
+#include "app/ResultsListViewport.h"
 #include "common/Alert.h"
 #include "search/results/ResultsView.h"
 
@@ -15,12 +19,16 @@ namespace velmora::app {
 
 // The interactive query window in the terminal (ncurses): the query field
 // with its colouring, the location menu, the sorted results list with its
-// columns, the progress line, running activities and alerts.
+// columns, the progress line, running activities and alerts. It draws and
+// routes keys; the parts with rules of their own live in their own types
+// (TerminalText, ResultsListLayout, ResultsListViewport, QueryFieldEditor,
+// BracketedPaste, DesktopOpener, TerminalClipboard).
 class TerminalWindow : public ResultsView {
  public:
   explicit TerminalWindow(std::vector<std::string> folders);
   ~TerminalWindow() override;
-  // Runs until the person quits; the exit status.
+  // Runs until the person quits; the exit status (128 + the signal when one
+  // ended the window).
   int run();
 
   // ResultsView
@@ -36,8 +44,10 @@ class TerminalWindow : public ResultsView {
   struct PendingAlert {
     Alert alert;
     Alert::Completion completion;
+    std::size_t button = 0;
   };
 
+  void turn();
   void draw();
   void drawTitle(int width);
   void drawQueryField(int row, int width);
@@ -45,11 +55,13 @@ class TerminalWindow : public ResultsView {
   void drawStatus(int row, int width);
   void drawOverlay(int height, int width);
   void handleKey(int status, unsigned int key);
+  void handleAlertKey(int status, unsigned int key);
   void handleQueryKey(int status, unsigned int key);
   void handleListKey(int status, unsigned int key);
   void handleOverlayKey(int status, unsigned int key);
-  void textChanged(std::string text);
-  void moveCursor(long delta);
+  void handleFolderPromptKey(int status, unsigned int key);
+  void pasted(const std::string& text);
+  void fieldEdited(bool changed);
   void sortBy(std::size_t visibleColumnIndex);
   std::vector<UINode*> relevantNodes() const;
   void openNodes(bool revealFolder);
@@ -61,20 +73,24 @@ class TerminalWindow : public ResultsView {
   QueryWindowLocations locations_;
   std::shared_ptr<QueryWindowContentController> controller_;
   std::vector<UINode*> rows_;
-  std::size_t cursor_ = 0;
-  std::size_t top_ = 0;
+  ResultsListViewport viewport_;
   const UINode* cursorNode_ = nullptr;
-  std::size_t fieldCursor_ = 0;  // byte offset in the query text
+  QueryFieldEditor field_;
+  std::size_t fieldScroll_ = 0;  // byte offset of the first character shown
+  BracketedPaste paste_;
+  DesktopOpener opener_;
   Focus focus_ = Focus::query;
   Overlay overlay_ = Overlay::none;
   std::size_t overlayCursor_ = 0;
-  std::string prompt_;
+  QueryFieldEditor prompt_;
   std::vector<PendingAlert> alerts_;
   std::string message_;
   bool checking_ = false;
   unsigned spinnerFrame_ = 0;
+  unsigned turns_ = 0;
   bool dirty_ = true;
   bool quit_ = false;
+  int exitStatus_ = 0;
   int activityToken_ = 0;
 };
 
