@@ -73,12 +73,25 @@ class QueryWindow : public ::testing::Test {
     make({});
   }
   void make(std::vector<SearchResult> found) {
+    std::vector<SearchDataSourceMaker> sources;
+    if (!found.empty())
+      sources.push_back({SourceCondition::wordBasedWithoutOwnLocations, "list",
+                         [found] { return std::make_shared<ListSource>(found); }});
+    makeWith(std::move(sources));
+  }
+  void makeWith(std::vector<SearchDataSourceMaker> sources) {
     QueryWindowEnvironment environment;
     environment.scheduler = &scheduler;
     environment.delays = &delays;
     environment.mainQueue = [this, runner = main.runner()](std::function<void()> task) {
-      if (std::this_thread::get_id() != testThread)
-        if (auto hook = std::exchange(offMainHook, nullptr)) hook();
+      if (std::this_thread::get_id() != testThread) {
+        std::function<void()> hook;
+        {
+          std::lock_guard guard(hookMutex);
+          hook = std::exchange(offMainHook, nullptr);
+        }
+        if (hook) hook();
+      }
       runner(std::move(task));
     };
     // Parses run when the test says so, or at once on the test's thread.
@@ -94,11 +107,7 @@ class QueryWindow : public ::testing::Test {
       return SearchLocation::fromURLs({"/data"}, "data");
     };
     environment.searchEnvironment.osItemFilter = nullptr;
-    environment.searchEnvironment.sources = {};
-    if (!found.empty())
-      environment.searchEnvironment.sources.push_back(
-          {SourceCondition::wordBasedWithoutOwnLocations, "list",
-           [found] { return std::make_shared<ListSource>(found); }});
+    environment.searchEnvironment.sources = std::move(sources);
     environment.runScript = [this](const ScriptCommand& command, const std::vector<std::string>& files) {
       scriptRuns.push_back({command.type.value, files});
     };
@@ -145,6 +154,7 @@ class QueryWindow : public ::testing::Test {
   std::vector<std::function<void()>> heldParses;
   const std::thread::id testThread = std::this_thread::get_id();
   // Called once, on the first task posted from another thread.
+  std::mutex hookMutex;
   std::function<void()> offMainHook;
   std::shared_ptr<QueryWindowContentController> window;
 };
@@ -308,10 +318,29 @@ TEST_F(QueryWindow, ASearchThreadNeverHoldsTheWindow) {
   // inside that report, the thread must not own the window: if it did, the
   // window's last reference could be dropped there and the window destroyed
   // on the search thread, after the test's main queue and clocks are gone.
+  // A source that searches until the test lets it end.
+  struct Gate : SearchDataSource {
+    SearchResultSupplier type() const override { return SearchResultSupplier::fileSystem; }
+    void search(const QueryContainer&, SearchDataSourceDelegate&) override {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [&] { return open; });
+    }
+    void searchShouldStop() override {}
+    void letEnd() {
+      std::lock_guard guard(mutex);
+      open = true;
+      changed.notify_all();
+    }
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool open = false;
+  };
+  auto gate = std::make_shared<Gate>();
+  makeWith({{SourceCondition::wordBasedWithoutOwnLocations, "gate", [gate] { return gate; }}});
   std::mutex mutex;
   std::condition_variable changed;
   bool inReport = false, release = false;
-  offMainHook = [&] {
+  auto hold = [&] {
     std::unique_lock lock(mutex);
     inReport = true;
     changed.notify_all();
@@ -322,6 +351,14 @@ TEST_F(QueryWindow, ASearchThreadNeverHoldsTheWindow) {
   main.drain();
   auto manager = window->currentSearchManager();
   ASSERT_TRUE(manager);
+  // Whatever the list's merges post comes first; then the search may end.
+  window->outline().waitUntilMergesFinished();
+  main.drain();
+  {
+    std::lock_guard guard(hookMutex);
+    offMainHook = hold;
+  }
+  gate->letEnd();
   {
     std::unique_lock lock(mutex);
     changed.wait(lock, [&] { return inReport; });
