@@ -207,40 +207,61 @@ void TerminalWindow::drawQueryField(int row, int width) {
     addstr(QueryTextFieldsVC::searchPlaceholder);
     attroff(A_DIM);
   }
-  // The field scrolls sideways to keep the insertion point in view.
+  // The field scrolls sideways to keep the insertion point in view. Work
+  // back from it: a pasted query may be long, and this runs at every draw.
   const std::size_t cursor = field_.cursor();
+  const int room = std::max(1, last - 1 - first);
   if (fieldScroll_ > cursor || fieldScroll_ > text.size()) fieldScroll_ = cursor;
-  while (fieldScroll_ < cursor && first + TerminalText::cellWidth(text, fieldScroll_, cursor) > last - 1)
-    fieldScroll_ = TerminalText::nextCodePoint(text, fieldScroll_);
+  {
+    std::size_t start = cursor;
+    int used = 0;
+    while (start > fieldScroll_) {
+      std::size_t before = TerminalText::previousCodePoint(text, start);
+      used += TerminalText::cellWidth(text, before, start);
+      if (used > room) break;
+      start = before;
+    }
+    fieldScroll_ = start;
+  }
 
-  // The colour of each shown character from the query's style runs (in
-  // characters of the text; later runs win).
-  std::size_t index = 0;
-  for (std::size_t at = 0; at < fieldScroll_; at = TerminalText::nextCodePoint(text, at)) ++index;
-  const auto runs = controller_->textFields().styleRuns();
-  int column = first, cursorColumn = first;
-  for (std::size_t at = fieldScroll_; at < text.size(); ++index) {
+  // Which characters are shown, then their colours from the query's style
+  // runs (counted in characters of the text; later runs win).
+  std::size_t firstIndex = 0;
+  for (std::size_t at = 0; at < fieldScroll_; at = TerminalText::nextCodePoint(text, at)) ++firstIndex;
+  struct Shown {
+    std::size_t at, next;
+    int width;
+  };
+  std::vector<Shown> shown;
+  for (int column = first; fieldScroll_ < text.size();) {
+    std::size_t at = shown.empty() ? fieldScroll_ : shown.back().next;
+    if (at >= text.size()) break;
     std::size_t next = TerminalText::nextCodePoint(text, at);
-    if (at == cursor) cursorColumn = column;
     int w = TerminalText::cellWidth(text, at, next);
     if (column + w > last) break;
-    int pair = TerminalWindowScreen::normal;
-    for (const auto& run : runs)
-      if (index >= static_cast<std::size_t>(run.location) &&
-          index < static_cast<std::size_t>(run.location) + static_cast<std::size_t>(run.length)) {
-        if (run.colour == QueryContainer::kRecognisedColour)
-          pair = TerminalWindowScreen::recognised;
-        else if (run.colour == QueryContainer::kErrorColour)
-          pair = TerminalWindowScreen::error;
-        else
-          pair = TerminalWindowScreen::normal;
-      }
-    // The field holds no control characters (the editor drops them).
-    attron(COLOR_PAIR(pair));
-    mvaddnstr(row, column, text.data() + at, static_cast<int>(next - at));
-    attroff(COLOR_PAIR(pair));
+    shown.push_back({at, next, w});
     column += w;
-    at = next;
+  }
+  std::vector<int> pairs(shown.size(), TerminalWindowScreen::normal);
+  for (const auto& run : controller_->textFields().styleRuns()) {
+    const auto runStart = static_cast<std::size_t>(std::max(run.location, 0));
+    const auto runEnd = runStart + static_cast<std::size_t>(std::max(run.length, 0));
+    int pair = TerminalWindowScreen::normal;
+    if (run.colour == QueryContainer::kRecognisedColour)
+      pair = TerminalWindowScreen::recognised;
+    else if (run.colour == QueryContainer::kErrorColour)
+      pair = TerminalWindowScreen::error;
+    for (std::size_t i = std::max(runStart, firstIndex); i < runEnd && i < firstIndex + shown.size(); ++i)
+      pairs[i - firstIndex] = pair;
+  }
+  int column = first, cursorColumn = first;
+  for (std::size_t i = 0; i < shown.size(); ++i) {
+    if (shown[i].at == cursor) cursorColumn = column;
+    // The field holds no control characters (the editor drops them).
+    attron(COLOR_PAIR(pairs[i]));
+    mvaddnstr(row, column, text.data() + shown[i].at, static_cast<int>(shown[i].next - shown[i].at));
+    attroff(COLOR_PAIR(pairs[i]));
+    column += shown[i].width;
   }
   if (cursor >= text.size()) cursorColumn = column;
   if (controller_->textFields().searching()) mvaddstr(row, width - 12, " searching ");
@@ -593,6 +614,8 @@ void TerminalWindow::handleFolderPromptKey(int status, unsigned key) {
     }
   } else if (isBackspace(status, key)) {
     prompt_.backspace();
+  } else if (!function && key == ctrl('u')) {
+    prompt_.clear();
   } else if (function && key == KEY_LEFT) {
     prompt_.left();
   } else if (function && key == KEY_RIGHT) {

@@ -26,10 +26,15 @@ void QueryTextFieldsVC::update() {
     // A newer keystroke came while this one waited: its parse will do.
     if (latest->load() != parse) return;
     QueryContainer query(text);
-    toMain([this, alive, parse, latest, query = std::move(query)]() mutable {
+    auto withErrors = query.styleQueryString(true);
+    auto withoutErrors = query.styleQueryString(false);
+    toMain([this, alive, parse, latest, query = std::move(query), withErrors = std::move(withErrors),
+            withoutErrors = std::move(withoutErrors)]() mutable {
       auto token = alive.lock();
       if (!token || !*token || latest->load() != parse) return;
       currentQuery_ = std::move(query);
+      runsWithErrors_ = std::move(withErrors);
+      runsWithoutErrors_ = std::move(withoutErrors);
       changed();
     });
   });
@@ -46,9 +51,8 @@ void QueryTextFieldsVC::update() {
   changed();
 }
 
-std::vector<QueryStyleRun> QueryTextFieldsVC::styleRuns() const {
-  if (!currentQuery_) return {};
-  return currentQuery_->styleQueryString(showBadRanges_);
+const std::vector<QueryStyleRun>& QueryTextFieldsVC::styleRuns() const {
+  return showBadRanges_ ? runsWithErrors_ : runsWithoutErrors_;
 }
 
 void QueryTextFieldsVC::changed() {

@@ -38,7 +38,7 @@ class QueryTextFieldsVC {
   const std::optional<QueryContainer>& currentQuery() const { return currentQuery_; }
   bool showsBadRanges() const { return showBadRanges_; }
   // The colouring of the field now (ranges in characters of text()).
-  std::vector<QueryStyleRun> styleRuns() const;
+  const std::vector<QueryStyleRun>& styleRuns() const;
 
   void searchStarted() { searching_ = true; changed(); }
   void searchStopped() { searching_ = false; changed(); }
@@ -56,6 +56,10 @@ class QueryTextFieldsVC {
   std::shared_ptr<std::atomic<std::uint64_t>> latestParse_ = std::make_shared<std::atomic<std::uint64_t>>(0);
   std::string text_;
   std::optional<QueryContainer> currentQuery_;
+  // The colouring of currentQuery_, with and without the words not
+  // understood, worked out with the parse: drawing only reads them.
+  std::vector<QueryStyleRun> runsWithErrors_;
+  std::vector<QueryStyleRun> runsWithoutErrors_;
   bool showBadRanges_ = false;
   bool searching_ = false;
 };
