@@ -13,6 +13,7 @@
 
 #include "app/CliRegistry.h"
 #include "query/QueryContainer.h"
+#include "stores/PreferenceStore.h"
 
 namespace velmora::app {
 
@@ -165,7 +166,7 @@ const bool registered = registerCli(20, [](CLI::App& root, CliContext& context) 
     words.insert(words.end(), afterDashes->begin(), afterDashes->end());
     for (const auto& word : words) query += (query.empty() ? "" : " ") + word;
     if (query.empty()) throw CLI::RequiredError("QUERY");
-    QueryContainer parsed(query, std::nullopt, *soundex);
+    QueryContainer parsed(query, std::nullopt, *soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
     if (*json)
       std::cout << explainJSON(parsed).dump(2) << "\n";
     else

@@ -7,6 +7,7 @@
 #include "common/SharedAdditions.h"
 #include "platform/MountMonitor.h"
 #include "platform/PathConventions.h"
+#include "search/DiskInfoManager.h"
 #include "search/FSUtilities.h"
 #include "stores/PreferenceStore.h"
 
@@ -189,7 +190,8 @@ std::optional<SearchLocation> QueryWindowLocations::currentLocation() const {
     const VolumeTable table = volumes_();
     if (!table.find(item.disk)) return std::nullopt;
   }
-  if (item.preset && *item.preset != SearchLocationURLSet::home) return SearchLocation::fromPreset(*item.preset, item.name);
+  if (item.preset && *item.preset != SearchLocationURLSet::home)
+    return SearchLocation::fromPreset(*item.preset, DiskInfoManager::shared().volumes(), item.name);
   return SearchLocation::fromURLs(item.folders, item.name);
 }
 

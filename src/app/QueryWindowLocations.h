@@ -7,7 +7,7 @@
 
 #include "common/Result.h"
 #include "platform/VolumeTable.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 namespace velmora {
 class MountMonitor;

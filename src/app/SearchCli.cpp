@@ -18,12 +18,15 @@
 #include "common/Clock.h"
 #include "common/MainQueue.h"
 #include "query/QueryContainer.h"
+#include "stores/PreferenceStore.h"
+#include "search/DiskInfoManager.h"
 #include "search/FSUtilities.h"
 #include "search/FileSystemSearch.h"
 #include "search/IgnoreItems.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 #include "search/SearchManager.h"
 #include "search/results/SearchResultSort.h"
+#include "shell/SearchSources.h"
 
 namespace velmora::app {
 
@@ -218,21 +221,21 @@ int runSearch(const Options& options) {
     }
     location = SearchLocation::fromURLs(urls, {});
   } else if (options.allDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::allDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::allDisks, DiskInfoManager::shared().volumes());
   } else if (options.localDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::localDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::localDisks, DiskInfoManager::shared().volumes());
   } else if (options.networkDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::networkDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::networkDisks, DiskInfoManager::shared().volumes());
   } else {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::home);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::home, DiskInfoManager::shared().volumes());
   }
 
   IgnoreItems::installQueryIgnoreList();
   std::string text;
   for (const auto& word : options.words) text += (text.empty() ? "" : " ") + word;
-  QueryContainer query(text, location, options.soundex);
+  QueryContainer query(text, location, options.soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
 
-  SearchManagerEnvironment environment;
+  SearchManagerEnvironment environment = SearchSources::standardEnvironment();
   QuickPauseScheduler scheduler;
   environment.scheduler = &scheduler;
   // Lives until the main loop has ended; drained before the final line.

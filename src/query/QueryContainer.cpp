@@ -9,11 +9,12 @@
 #include "query/NameMatching.h"
 #include "query/Soundex.h"
 #include "query/TextCharacters.h"
+#include "query/commands/CaseSensitive.h"
 #include "query/commands/NotIncludingWords.h"
+#include "query/commands/WholeWords.h"
 #include "query/commands/WildcardWords.h"
-#include "search/SearchDataSource.h"
-#include "search/SearchResult.h"
-#include "stores/PreferenceStore.h"
+#include "model/SearchDataSource.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 
@@ -36,8 +37,6 @@ std::shared_ptr<const QueryIgnoreList> freshIgnoreList() {
   }
   return maker ? maker() : nullptr;
 }
-
-bool showAppsFoundAnywhere() { return PreferenceStore::shared().boolForKey("showAppsFoundAnywhere"); }
 
 std::vector<SentenceComponent> without(const std::vector<SentenceComponent>& words,
                                        const std::vector<SentenceComponent>& leaveOut) {
@@ -68,18 +67,19 @@ void QueryContainer::setIgnoreListMaker(IgnoreListMaker maker) {
   ignoreListMaker() = std::move(maker);
 }
 
-QueryContainer::QueryContainer() : showAppsFromAnywhere(showAppsFoundAnywhere()), ignoreList(freshIgnoreList()) {}
+QueryContainer::QueryContainer() : ignoreList(freshIgnoreList()) {}
 
-QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocation> location, bool useSoundex)
+QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocation> location, bool useSoundex,
+                               const QuerySettings& settings)
     : whereLocation(std::move(location)), soundex(useSoundex) {
-  showAppsFromAnywhere = showAppsFoundAnywhere();
+  showAppsFromAnywhere = settings.showAppsFoundAnywhere;
   baseString.reserve(text.size());
   for (char c : text) baseString.push_back(c == '\n' ? ' ' : c);
   baseStringLowercase = plainLowercase(baseString);
   ignoreList = freshIgnoreList();
 
   allWords = SentenceComponent::parseWords(baseString);
-  parseCommands();
+  parseCommands(settings);
 
   auto areaStart = std::find_if(allWords.begin(), allWords.end(), [](auto& w) { return w.isAfterAColon; });
   std::vector<SentenceComponent> commandArea(areaStart, allWords.end());
@@ -138,7 +138,11 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
     close();
   }
 
-  searchWordsHighlightStrings = findCommand("CaseSensitive") ? searchWordsOriginalCase : searchWords;
+  isCaseSensitive = findCommand<CaseSensitive>() != nullptr;
+  matchesWholeWords = findCommand<WholeWords>() != nullptr;
+  readsFileContents = std::any_of(commandsFoundInQuery.begin(), commandsFoundInQuery.end(),
+                                  [](const auto& command) { return command->commandReadsFileContents(); });
+  searchWordsHighlightStrings = isCaseSensitive ? searchWordsOriginalCase : searchWords;
   for (const auto& command : commandsFoundInQuery) {
     for (auto& extra : command->commandImpExtraSearchStrings()) searchWords.push_back(std::move(extra));
     for (auto& extra : command->commandExtraHighlightStrings())
@@ -151,12 +155,12 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
   for (const auto& word : searchWords) searchWordStringsSoundexValues.push_back(Soundex::value(word));
 }
 
-void QueryContainer::parseCommands() {
+void QueryContainer::parseCommands(const QuerySettings& settings) {
   std::vector<SentenceComponent> commandWords;
   for (const auto& w : allWords)
     if (w.isAfterAColon) commandWords.push_back(w);
   if (commandWords.empty()) return;
-  auto found = langauge().allMatches(commandWords);
+  auto found = langauge().allMatches(commandWords, settings);
   if (!found) return;
   commandsFoundInQuery = found->commands;
   for (const auto& part : found->recognisedParts)
@@ -182,12 +186,6 @@ bool QueryContainer::isWordBasedSearch() const {
 
 bool QueryContainer::isORCommandSearch() const {
   return includesORStatement && !searchWordParts.empty() && isOperatorOR(searchWordParts.back());
-}
-
-std::shared_ptr<Command> QueryContainer::findCommand(std::string_view typeName) const {
-  for (const auto& command : commandsFoundInQuery)
-    if (command && command->isOfTypeNamed(typeName)) return command;
-  return nullptr;
 }
 
 bool QueryContainer::isWholeWordsSplitCharacter(char32_t c) {
@@ -243,13 +241,13 @@ bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view nam
     return false;
   }
 
-  const bool caseSensitive = findCommand("CaseSensitive") != nullptr;
+  const bool caseSensitive = isCaseSensitive;
   const std::string subject = caseSensitive ? std::string(name) : NameMatching::localizedLowercase(name);
   const auto& words = caseSensitive ? searchWordsOriginalCase : searchWords;
   const auto& groups = caseSensitive ? orStringGroupsOriginalCase : orStringGroups;
 
   std::vector<std::string> wholeWords;
-  const bool byWholeWords = findCommand("WholeWords") != nullptr;
+  const bool byWholeWords = matchesWholeWords;
   if (byWholeWords) {
     wholeWords = wholeWordsFromFileName(name);
     if (!caseSensitive)

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "common/Lock.h"
-#include "search/DiskInfo.h"
+#include "model/DiskInfo.h"
 
 namespace velmora {
 

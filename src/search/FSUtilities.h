@@ -9,7 +9,7 @@
 #include "common/Lock.h"
 #include "platform/PathConventions.h"
 #include "platform/VolumeTable.h"
-#include "search/OSItemFilter.h"
+#include "model/OSItemFilter.h"
 
 namespace velmora {
 

@@ -8,7 +8,7 @@
 #include "query/commands/MaxDepth.h"
 #include "search/DirectoryIterator.h"
 #include "search/FSUtilities.h"
-#include "shell/ActivityController.h"
+#include "common/ActivityReporter.h"
 
 namespace velmora {
 
@@ -27,13 +27,11 @@ std::vector<std::string_view> components(std::string_view path) {
 
 }  // namespace
 
-FileSystemSearch::FileSystemSearch(FSUtilities& fsUtilities, ActivityController* activity)
+FileSystemSearch::FileSystemSearch(FSUtilities& fsUtilities, ActivityReporter* activity)
     : fsUtilities_(fsUtilities),
       activity_(activity),
       handler_(&nullHandler_),
       directoryIterationQueue_(2, "FileSystemSearch #74") {}
-
-FileSystemSearch::FileSystemSearch() : FileSystemSearch(FSUtilities::shared(), &ActivityController::shared()) {}
 
 FileSystemSearch::~FileSystemSearch() = default;
 

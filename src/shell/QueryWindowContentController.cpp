@@ -176,8 +176,10 @@ void QueryWindowContentController::doSearch() {
   if (state_ == State::waitingForDisk) state_ = State::idle;  // the disk is back
   std::weak_ptr<QueryWindowContentController> weak = weak_from_this();
   auto toMain = environment_.mainQueue;
-  environment_.parseQueue([weak, toMain, text, location = *location, soundex = soundexOn, generation] {
-    QueryContainer query(text, location, soundex);
+  // The store is read here, on the main thread; the parse gets a value.
+  auto settings = QuerySettings::fromPreferences(PreferenceStore::shared());
+  environment_.parseQueue([weak, toMain, text, location = *location, soundex = soundexOn, settings, generation] {
+    QueryContainer query(text, location, soundex, settings);
     toMain([weak, generation, text, query = std::move(query), location]() mutable {
       if (auto self = weak.lock()) self->startParsedSearch(generation, text, std::move(query), location);
     });
@@ -215,7 +217,7 @@ void QueryWindowContentController::startParsedSearch(std::uint64_t generation, c
     return;
   }
 
-  if (query.findCommand("ContentSearch")) {
+  if (query.readsFileContents) {
     outline_->prepareForContentSearch();
   } else {
     if (PreferenceStore::shared().boolForKey("rankInVisible")) PreferenceStore::shared().set("rankInVisible", false);

@@ -8,8 +8,9 @@
 
 #include "common/Clock.h"
 #include "query/QueryContainer.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 #include "search/SearchManager.h"
+#include "shell/SearchSources.h"
 #include "search/SearchResultsBucket.h"
 #include "search/results/ResultsOutlineViewVC.h"
 #include "shell/ProgressVC.h"
@@ -32,7 +33,7 @@ struct QueryWindowEnvironment {
   std::function<void(std::function<void()>)> mainQueue;
   // The location menu's choice; none while the chosen disk is away.
   std::function<std::optional<SearchLocation>()> currentLocation;
-  SearchManagerEnvironment searchEnvironment;
+  SearchManagerEnvironment searchEnvironment = SearchSources::standardEnvironment();
   // Runs a script command on files; empty: ScriptRunner.
   std::function<void(const ScriptCommand&, const std::vector<std::string>&)> runScript;
   // Runs a parse away from the main thread; empty: QueryParseQueue.

@@ -26,8 +26,11 @@ class Tmux {
     std::string command = "env VELMORA_HOME=" + test::shellQuote(home.path().string()) +
                           " TERM=xterm-256color ESCDELAY=25 " + extraEnvironment + " " +
                           test::shellQuote(test::programPath("velmora").string()) + " " + arguments;
-    if (run("new-session -d -s w -x 100 -y 24 " + test::shellQuote(command)).status != 0) return false;
-    run("set-option -t w remain-on-exit on");
+    // The pane stays after the window ends, so that its exit status can be read.
+    if (run("start-server \\; set-option -g remain-on-exit on \\; new-session -d -s w -x 100 -y 24 " +
+            test::shellQuote(command))
+            .status != 0)
+      return false;
     return waitFor({"Find:", "? help"}).find("? help") != std::string::npos;
   }
   std::string screen() const { return run("capture-pane -p -t w").out; }
@@ -57,7 +60,7 @@ class Tmux {
     }
     return false;
   }
-  bool dead() const { return format("#{pane_dead}") == "1"; }
+  bool dead() const { return format("#{pane_dead}") == "1" && !format("#{pane_dead_status}").empty(); }
 
  private:
   std::string socket_;
@@ -100,7 +103,7 @@ TEST(TerminalWindow, TypeSearchStopAndQuitInARealTerminal) {
   tmux.keys("F10");
   for (int attempt = 0; attempt < 100 && !tmux.dead(); ++attempt)
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_TRUE(tmux.dead());
+  EXPECT_TRUE(tmux.dead()) << tmux.screen();
   EXPECT_EQ(tmux.format("#{pane_dead_status}"), "0");
 }
 
@@ -121,7 +124,7 @@ TEST(TerminalWindow, APasteIsTextManyOpensAskFirstAndSigtermEndsTheWindow) {
       << tmux.screen();
   tmux.keys("report");
   tmux.keys("Enter");
-  tmux.waitFor({"8 items found. Search complete."});
+  tmux.waitFor({"report 7.txt", "8 items found. Search complete."});
   tmux.keys("Tab");
   ASSERT_TRUE(tmux.waitForFormat("#{cursor_flag}", "0"));
 

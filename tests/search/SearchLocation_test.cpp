@@ -1,4 +1,4 @@
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 #include <gtest/gtest.h>
 

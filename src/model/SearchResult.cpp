@@ -1,4 +1,4 @@
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
