@@ -4,7 +4,7 @@
 
 #include "app/ResultsListLayout.h"
 #include "app/TerminalText.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora::app {
 namespace {

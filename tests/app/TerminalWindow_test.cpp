@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <optional>
 #include <thread>
 
 #include "support/TempHome.h"
@@ -21,16 +22,17 @@ class Tmux {
   }
   // Starts the window. The Escape delay is fixed here, not left to the
   // machine, and each key that depends on the one before waits for its
-  // effect on the screen, so no key is read together with the next.
-  bool start(const test::TempHome& home, const std::string& arguments, const std::string& extraEnvironment = {}) const {
-    std::string command = "env VELMORA_HOME=" + test::shellQuote(home.path().string()) +
-                          " TERM=xterm-256color ESCDELAY=25 " + extraEnvironment + " " +
-                          test::shellQuote(test::programPath("velmora").string()) + " " + arguments;
-    // The pane stays after the window ends, so that its exit status can be read.
-    if (run("start-server \\; set-option -g remain-on-exit on \\; new-session -d -s w -x 100 -y 24 " +
-            test::shellQuote(command))
-            .status != 0)
-      return false;
+  // effect on the screen, so no key is read together with the next. A shell
+  // around the window writes down its exit status (tmux itself may not reap
+  // a child that ends while it is busy).
+  bool start(const test::TempHome& home, const std::string& arguments, const std::string& extraEnvironment = {}) {
+    statusFile_ = home.path() / ("window-status-" + socket_);
+    std::filesystem::remove(statusFile_);
+    std::string window = "env VELMORA_HOME=" + test::shellQuote(home.path().string()) +
+                         " TERM=xterm-256color ESCDELAY=25 " + extraEnvironment + " " +
+                         test::shellQuote(test::programPath("velmora").string()) + " " + arguments;
+    std::string command = window + "; echo $? > " + test::shellQuote(statusFile_.string()) + "; sleep 600";
+    if (run("new-session -d -s w -x 100 -y 24 " + test::shellQuote(command)).status != 0) return false;
     return waitFor({"Find:", "? help"}).find("? help") != std::string::npos;
   }
   std::string screen() const { return run("capture-pane -p -t w").out; }
@@ -60,10 +62,31 @@ class Tmux {
     }
     return false;
   }
-  bool dead() const { return format("#{pane_dead}") == "1" && !format("#{pane_dead_status}").empty(); }
+  // The window's exit status once it has ended.
+  std::optional<std::string> exitStatus() const {
+    std::ifstream in(statusFile_);
+    std::string status;
+    if (!std::getline(in, status)) return std::nullopt;
+    return status;
+  }
+  // Waits up to 5 s for the window to end.
+  std::optional<std::string> waitForExit() const {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      if (auto status = exitStatus()) return status;
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return std::nullopt;
+  }
+  // The window's own process (the shell around it is the pane's).
+  std::string windowPid() const {
+    auto out = test::runCommand("pgrep -P " + format("#{pane_pid}")).out;
+    while (!out.empty() && out.back() == '\n') out.pop_back();
+    return out;
+  }
 
  private:
   std::string socket_;
+  std::filesystem::path statusFile_;
 };
 
 bool haveTmux() { return test::runCommand("tmux -V >/dev/null 2>&1").status == 0; }
@@ -101,10 +124,7 @@ TEST(TerminalWindow, TypeSearchStopAndQuitInARealTerminal) {
   EXPECT_NE(shown.find("Find: reports"), std::string::npos) << shown;
 
   tmux.keys("F10");
-  for (int attempt = 0; attempt < 100 && !tmux.dead(); ++attempt)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_TRUE(tmux.dead()) << tmux.screen();
-  EXPECT_EQ(tmux.format("#{pane_dead_status}"), "0");
+  EXPECT_EQ(tmux.waitForExit(), "0") << tmux.screen();
 }
 
 TEST(TerminalWindow, APasteIsTextManyOpensAskFirstAndSigtermEndsTheWindow) {
@@ -163,13 +183,10 @@ TEST(TerminalWindow, APasteIsTextManyOpensAskFirstAndSigtermEndsTheWindow) {
   EXPECT_EQ(lineCount(opened), 8u);
 
   // SIGTERM ends the window, with the status shells expect.
-  std::string pid = tmux.format("#{pane_pid}");
+  std::string pid = tmux.windowPid();
   ASSERT_FALSE(pid.empty());
   test::runCommand("kill -TERM " + pid);
-  for (int attempt = 0; attempt < 100 && !tmux.dead(); ++attempt)
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_TRUE(tmux.dead());
-  EXPECT_EQ(tmux.format("#{pane_dead_status}"), "143");
+  EXPECT_EQ(tmux.waitForExit(), "143") << tmux.screen();
 }
 
 TEST(TerminalWindow, AFolderAddedWithF2IsTheLocationAgainAfterARestart) {
@@ -191,8 +208,7 @@ TEST(TerminalWindow, AFolderAddedWithF2IsTheLocationAgainAfterARestart) {
     std::string shown = tmux.waitFor({"F2: in Projects"});
     EXPECT_NE(shown.find("F2: in Projects"), std::string::npos) << shown;
     tmux.keys("F10");
-    for (int attempt = 0; attempt < 100 && !tmux.dead(); ++attempt)
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(tmux.waitForExit(), "0");
   }
   Tmux tmux("b");
   ASSERT_TRUE(tmux.start(home, "")) << tmux.screen();
