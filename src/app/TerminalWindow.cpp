@@ -28,17 +28,15 @@ constexpr unsigned ctrl(char c) { return static_cast<unsigned>(c) & 0x1f; }
 // terminal does not bracket is taken in whole turns, not one key a frame.
 constexpr int kKeysPerTurn = 4096;
 
-bool isReturn(int status, unsigned key) {
-  return (status == KEY_CODE_YES && key == KEY_ENTER) || (status != KEY_CODE_YES && (key == '\r' || key == '\n'));
-}
-bool isBackspace(int status, unsigned key) {
-  return (status == KEY_CODE_YES && key == KEY_BACKSPACE) || (status != KEY_CODE_YES && (key == 127 || key == 8));
-}
-
+// "1,234": a count as the progress line writes it.
 std::string countText(std::size_t count) {
-  std::string digits = std::to_string(count);
-  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) digits.insert(static_cast<std::size_t>(at), ",");
-  return digits;
+  const std::string digits = std::to_string(count);
+  std::string out;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    if (i > 0 && (digits.size() - i) % 3 == 0) out += ',';
+    out += digits[i];
+  }
+  return out;
 }
 
 }  // namespace
@@ -73,15 +71,13 @@ int TerminalWindow::run() {
   MainQueue::adoptCurrentThread();
   controller_->outline().setupVisibleItemsCheck(Scheduler::main());
   Alert::setPresenter([this](const Alert& alert, Alert::Completion completion) {
-    alerts_.push_back({alert, std::move(completion)});
+    overlay_.addAlert(alert, std::move(completion));
     dirty_ = true;
   });
   activityToken_ = ActivityController::shared().addObserver([this] { dirty_ = true; });
 
   while (!quit_) turn();
-  for (auto& pending : alerts_)
-    if (pending.completion) pending.completion(-1);
-  alerts_.clear();
+  overlay_.answerAllAlerts(-1);
   return exitStatus_;
 }
 
@@ -182,7 +178,7 @@ void TerminalWindow::draw() {
   drawList(3, listHeight(), width);
   drawStatus(height - 2, width);
   drawQueryField(1, width);
-  if (overlay_ != Overlay::none || !alerts_.empty()) drawOverlay(height, width);
+  overlay_.draw(height, width, locations_, relevantNodes().size());
   refresh();
 }
 
@@ -265,7 +261,7 @@ void TerminalWindow::drawQueryField(int row, int width) {
   }
   if (cursor >= text.size()) cursorColumn = column;
   if (controller_->textFields().searching()) mvaddstr(row, width - 12, " searching ");
-  if (focus_ == Focus::query && overlay_ == Overlay::none && alerts_.empty()) {
+  if (focus_ == Focus::query && !overlay_.showing()) {
     curs_set(1);
     move(row, std::min(cursorColumn, width - 1));
   } else {
@@ -332,73 +328,6 @@ void TerminalWindow::drawStatus(int row, int width) {
   attroff(A_DIM);
 }
 
-void TerminalWindow::drawOverlay(int height, int width) {
-  std::vector<std::string> lines;
-  std::string title;
-  std::size_t highlighted = static_cast<std::size_t>(-1);
-  if (!alerts_.empty()) {
-    const PendingAlert& pending = alerts_.front();
-    title = pending.alert.title;
-    lines.push_back(pending.alert.text);
-    lines.push_back("");
-    if (pending.alert.buttons.size() > 1) {
-      std::string row = " ";
-      for (std::size_t i = 0; i < pending.alert.buttons.size(); ++i)
-        row += (i == pending.button ? "[ " : "  ") + pending.alert.buttons[i] + (i == pending.button ? " ]" : "  ") + " ";
-      lines.push_back(row);
-      lines.push_back("Return chooses, Esc cancels.");
-    } else {
-      lines.push_back("Press any key.");
-    }
-  } else if (overlay_ == Overlay::help) {
-    title = "Help";
-    lines = TerminalWindowHelp::lines();
-  } else if (overlay_ == Overlay::locations) {
-    title = "Search location";
-    for (const auto& item : locations_.items())
-      lines.push_back((item.name == locations_.chosenName() ? "\u2022 " : "  ") + item.name);
-    lines.push_back("  a folder\u2026");
-    highlighted = overlayCursor_;
-  } else if (overlay_ == Overlay::scripts) {
-    title = "Run a script on " + std::to_string(relevantNodes().size()) + " item(s)";
-    auto scripts = ScriptRunner::availableScripts();
-    if (scripts.empty()) lines.push_back("No scripts in " + AppDirectories::applicationScriptsDirectory().string());
-    for (const auto& [name, path] : scripts) lines.push_back("  " + name);
-    highlighted = overlayCursor_;
-  } else if (overlay_ == Overlay::folderPrompt) {
-    title = "Search in folder (Return to choose, Esc to cancel)";
-    lines.push_back(prompt_.text());
-    if (!message_.empty()) lines.push_back(message_);
-  }
-  int boxWidth = std::min(width - 2, 76);
-  int boxHeight = std::min(height - 2, static_cast<int>(lines.size()) + 2);
-  if (boxWidth < 4 || boxHeight < 3) return;
-  int top = std::max(0, (height - boxHeight) / 2), left = std::max(0, (width - boxWidth) / 2);
-  std::size_t first = 0;
-  const auto inside = static_cast<std::size_t>(boxHeight - 2);
-  if (highlighted != static_cast<std::size_t>(-1) && highlighted >= inside) first = highlighted - inside + 1;
-  for (int r = 0; r < boxHeight; ++r) {
-    if (r == 0 || r == boxHeight - 1) {
-      std::string text = r == 0 ? "\u250C " + title + " " : "\u2514";
-      text = TerminalText::fit(text, boxWidth - 1);
-      // Blanks of the padding become the frame's line.
-      std::string frame;
-      std::size_t end = text.find_last_not_of(' ');
-      frame = text.substr(0, end == std::string::npos ? 0 : end + 1);
-      for (int i = TerminalText::cellWidth(frame); i < boxWidth - 1; ++i) frame += "\u2500";
-      frame += r == 0 ? "\u2510" : "\u2518";
-      mvaddstr(top + r, left, frame.c_str());
-      continue;
-    }
-    std::size_t index = first + static_cast<std::size_t>(r) - 1;
-    std::string content = index < lines.size() ? lines[index] : "";
-    mvaddstr(top + r, left, "\u2502");
-    if (index == highlighted) attron(A_REVERSE);
-    addstr(TerminalText::fit(content, boxWidth - 2).c_str());
-    attroff(A_REVERSE);
-    addstr("\u2502");
-  }
-}
 
 // ---- keys
 
@@ -412,21 +341,14 @@ void TerminalWindow::handleKey(int status, unsigned key) {
     case BracketedPaste::Step::notPaste: break;
   }
   if (function && key == KEY_RESIZE) return;
-  if (!alerts_.empty()) return handleAlertKey(status, key);
-  if (overlay_ != Overlay::none) return handleOverlayKey(status, key);
+  if (overlay_.showing())
+    return carryOut(overlay_.handleKey(status, key, locations_, ScriptRunner::availableScripts().size()));
   if ((function && key == KEY_F(10)) || (!function && key == ctrl('q'))) {
     quit_ = true;
     return;
   }
-  if (function && key == KEY_F(1)) {
-    overlay_ = Overlay::help;
-    return;
-  }
-  if (function && key == KEY_F(2)) {
-    overlay_ = Overlay::locations;
-    overlayCursor_ = 0;
-    return;
-  }
+  if (function && key == KEY_F(1)) return overlay_.show(TerminalWindowOverlay::Kind::help);
+  if (function && key == KEY_F(2)) return overlay_.show(TerminalWindowOverlay::Kind::locations);
   if (function && (key == KEY_F(6) || key == KEY_F(7))) {
     auto& outline = controller_->outline();
     const auto& visible = outline.visibleColumns();
@@ -446,37 +368,11 @@ void TerminalWindow::handleKey(int status, unsigned key) {
 }
 
 void TerminalWindow::pasted(const std::string& text) {
-  if (!alerts_.empty()) return;  // a paste answers no question
-  if (overlay_ == Overlay::folderPrompt) {
-    prompt_.insert(text.substr(0, text.find_first_of("\r\n")));
-    return;
-  }
-  if (overlay_ != Overlay::none) overlay_ = Overlay::none;
+  if (overlay_.showing() && overlay_.paste(text)) return;
   focus_ = Focus::query;
   fieldEdited(field_.insert(text));
 }
 
-void TerminalWindow::handleAlertKey(int status, unsigned key) {
-  PendingAlert& pending = alerts_.front();
-  const bool function = status == KEY_CODE_YES;
-  const std::size_t buttons = pending.alert.buttons.size();
-  int answer = -2;
-  if (buttons <= 1) {
-    answer = 0;  // any key dismisses a message
-  } else if (function && (key == KEY_LEFT || key == KEY_BTAB)) {
-    pending.button = (pending.button + buttons - 1) % buttons;
-  } else if ((function && key == KEY_RIGHT) || (!function && key == '\t')) {
-    pending.button = (pending.button + 1) % buttons;
-  } else if (isReturn(status, key)) {
-    answer = static_cast<int>(pending.button);
-  } else if (!function && key == kEscape) {
-    answer = static_cast<int>(buttons - 1);  // the last button is the way out
-  }
-  if (answer == -2) return;  // other keys answer nothing: a stray "o" opens nothing
-  auto answered = std::move(alerts_.front());
-  alerts_.erase(alerts_.begin());
-  if (answered.completion) answered.completion(answer);
-}
 
 void TerminalWindow::fieldEdited(bool changed) {
   if (!changed) return;
@@ -570,11 +466,8 @@ void TerminalWindow::handleListKey(int status, unsigned key) {
     case 'o': openNodes(false); break;
     case 'f': openNodes(true); break;
     case 'c': copyPaths(); break;
-    case 'x':
-      overlay_ = Overlay::scripts;
-      overlayCursor_ = 0;
-      break;
-    case '?': overlay_ = Overlay::help; break;
+    case 'x': overlay_.show(TerminalWindowOverlay::Kind::scripts); break;
+    case '?': overlay_.show(TerminalWindowOverlay::Kind::help); break;
     case 'q': quit_ = true; break;
     case 'r': {
       auto& outline = controller_->outline();
@@ -598,68 +491,24 @@ void TerminalWindow::handleListKey(int status, unsigned key) {
   }
 }
 
-void TerminalWindow::handleFolderPromptKey(int status, unsigned key) {
-  const bool function = status == KEY_CODE_YES;
-  if (!function && key == kEscape) {
-    overlay_ = Overlay::none;
-    message_.clear();
-  } else if (isReturn(status, key)) {
-    Status chosen = locations_.chooseFolder(prompt_.text());
-    if (chosen.ok()) {
-      overlay_ = Overlay::none;
-      message_.clear();
-      if (!field_.text().empty()) controller_->doSearch();
-    } else {
-      setMessage(chosen.message());
-    }
-  } else if (isBackspace(status, key)) {
-    prompt_.backspace();
-  } else if (!function && key == ctrl('u')) {
-    prompt_.clear();
-  } else if (function && key == KEY_LEFT) {
-    prompt_.left();
-  } else if (function && key == KEY_RIGHT) {
-    prompt_.right();
-  } else if (!function && key >= 0x20) {
-    prompt_.insert(TerminalText::encode(static_cast<char32_t>(key)));
-  }
-}
 
-void TerminalWindow::handleOverlayKey(int status, unsigned key) {
-  if (overlay_ == Overlay::help) {
-    overlay_ = Overlay::none;
-    return;
-  }
-  if (overlay_ == Overlay::folderPrompt) return handleFolderPromptKey(status, key);
-  const bool function = status == KEY_CODE_YES;
-  std::size_t count = 0;
-  if (overlay_ == Overlay::locations) count = locations_.items().size() + 1;
-  if (overlay_ == Overlay::scripts) count = ScriptRunner::availableScripts().size();
-  if (function && key == KEY_UP && overlayCursor_ > 0) {
-    --overlayCursor_;
-  } else if (function && key == KEY_DOWN && overlayCursor_ + 1 < count) {
-    ++overlayCursor_;
-  } else if (function && key == KEY_HOME) {
-    overlayCursor_ = 0;
-  } else if (function && key == KEY_END && count > 0) {
-    overlayCursor_ = count - 1;
-  } else if (!function && key == kEscape) {
-    overlay_ = Overlay::none;
-  } else if (isReturn(status, key)) {
-    if (overlay_ == Overlay::locations) {
-      if (overlayCursor_ < locations_.items().size()) {
-        locations_.choose(locations_.items()[overlayCursor_].name);
-        overlay_ = Overlay::none;
-        if (!field_.text().empty()) controller_->doSearch();
-      } else {
-        overlay_ = Overlay::folderPrompt;
-        prompt_.clear();
-        message_.clear();
-      }
-    } else if (overlay_ == Overlay::scripts) {
-      overlay_ = Overlay::none;
-      if (count > 0) runScript(overlayCursor_);
+
+void TerminalWindow::carryOut(const TerminalWindowOverlay::Choice& choice) {
+  using What = TerminalWindowOverlay::Choice::What;
+  switch (choice.what) {
+    case What::none: return;
+    case What::location:
+      locations_.choose(locations_.items()[choice.index].name);
+      if (!field_.text().empty()) controller_->doSearch();
+      return;
+    case What::folder: {
+      Status chosen = locations_.chooseFolder(choice.text);
+      if (!chosen.ok()) return overlay_.refuseFolder(chosen.message());
+      overlay_.close();
+      if (!field_.text().empty()) controller_->doSearch();
+      return;
     }
+    case What::script: runScript(choice.index); return;
   }
 }
 

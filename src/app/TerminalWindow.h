@@ -8,7 +8,7 @@
 #include "app/QueryFieldEditor.h"
 #include "app/QueryWindowLocations.h"
 #include "app/ResultsListViewport.h"
-#include "common/Alert.h"
+#include "app/TerminalWindowOverlay.h"
 #include "search/results/ResultsView.h"
 
 namespace velmora {
@@ -22,7 +22,8 @@ namespace velmora::app {
 // columns, the progress line, running activities and alerts. It draws and
 // routes keys; the parts with rules of their own live in their own types
 // (TerminalText, ResultsListLayout, ResultsListViewport, QueryFieldEditor,
-// BracketedPaste, DesktopOpener, TerminalClipboard).
+// BracketedPaste, DesktopOpener, TerminalClipboard), and what stands over the
+// list (alerts, menus, the folder prompt) is a TerminalWindowOverlay.
 class TerminalWindow : public ResultsView {
  public:
   explicit TerminalWindow(std::vector<std::string> folders);
@@ -40,12 +41,6 @@ class TerminalWindow : public ResultsView {
 
  private:
   enum class Focus { query, list };
-  enum class Overlay { none, help, locations, scripts, folderPrompt };
-  struct PendingAlert {
-    Alert alert;
-    Alert::Completion completion;
-    std::size_t button = 0;
-  };
 
   void turn();
   void draw();
@@ -53,13 +48,10 @@ class TerminalWindow : public ResultsView {
   void drawQueryField(int row, int width);
   void drawList(int top, int height, int width);
   void drawStatus(int row, int width);
-  void drawOverlay(int height, int width);
   void handleKey(int status, unsigned int key);
-  void handleAlertKey(int status, unsigned int key);
   void handleQueryKey(int status, unsigned int key);
   void handleListKey(int status, unsigned int key);
-  void handleOverlayKey(int status, unsigned int key);
-  void handleFolderPromptKey(int status, unsigned int key);
+  void carryOut(const TerminalWindowOverlay::Choice& choice);
   void pasted(const std::string& text);
   void fieldEdited(bool changed);
   void sortBy(std::size_t visibleColumnIndex);
@@ -80,10 +72,7 @@ class TerminalWindow : public ResultsView {
   BracketedPaste paste_;
   DesktopOpener opener_;
   Focus focus_ = Focus::query;
-  Overlay overlay_ = Overlay::none;
-  std::size_t overlayCursor_ = 0;
-  QueryFieldEditor prompt_;
-  std::vector<PendingAlert> alerts_;
+  TerminalWindowOverlay overlay_;
   std::string message_;
   bool checking_ = false;
   unsigned spinnerFrame_ = 0;
