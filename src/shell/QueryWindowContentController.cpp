@@ -122,8 +122,6 @@ std::optional<std::string> QueryWindowContentController::queryWords(const QueryC
 
 void QueryWindowContentController::controlTextDidChange(const std::string& text, bool alwaysStartSearch) {
   stopCounter_ = 0;
-  // A start whose parse is still out is for the old text.
-  ++searchGeneration_;
   textFields_->setText(text);
   // Every keystroke stops the running search.
   cancelOperation();
@@ -311,6 +309,8 @@ void QueryWindowContentController::finishedOnMain(const QueryContainer& query) {
 }
 
 void QueryWindowContentController::cancelOperation() {
+  // A start whose parse is still out is stopped too.
+  ++searchGeneration_;
   if (!currentSearchManager_) return;
   currentSearchManager_->stop();
   finishedOnMain(currentSearchManager_->currentSearchQuery());

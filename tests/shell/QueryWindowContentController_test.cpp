@@ -304,6 +304,11 @@ TEST_F(QueryWindow, ParsesNeverRunOnTheMainThreadAndAKeystrokeDropsAStartStillBe
   EXPECT_FALSE(window->currentSearchManager());
   ASSERT_TRUE(window->textFields().currentQuery());
   EXPECT_EQ(window->textFields().currentQuery()->baseString, "report budget");
+  // Escape stops a start whose parse is still out.
+  window->startSearchAction();
+  window->cancel();
+  runHeldParses();
+  EXPECT_FALSE(window->currentSearchManager());
   // Of two starts in a row, only the second one searches.
   window->startSearchAction();
   window->startSearchAction();
