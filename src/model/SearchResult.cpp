@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "common/JSONText.h"
+
 namespace velmora {
 
 namespace {
@@ -152,7 +154,7 @@ nlohmann::ordered_json SearchResult::toJSON() const {
   return json;
 }
 
-std::string SearchResult::serialised() const { return toJSON().dump(); }
+std::string SearchResult::serialised() const { return JSONText::dump(toJSON()); }
 
 std::optional<SearchResult> SearchResult::fromJSON(const nlohmann::json& json, std::string* error) {
   if (!json.is_object()) {

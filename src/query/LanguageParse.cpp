@@ -275,6 +275,35 @@ LanguageParse::LanguageParse() {
       {"~scriptName", ScriptCommandFactory::scriptNameCompletor},
       {"~tagCompletor", tagCompletor},
   };
+  buildIndex();
+}
+
+void LanguageParse::buildIndex() {
+  index_ = {};
+  for (const SentenceTemplate& t : templates()) {
+    CompiledTemplate compiled{&t, {}};
+    for (const std::string& key : t.keys) {
+      auto parser = SentenceTemplate::isVariable(key) ? variableParsers.find(key) : variableParsers.end();
+      compiled.parsers.push_back(parser == variableParsers.end() ? nullptr : &parser->second);
+    }
+    const std::size_t at = index_.compiled.size();
+    if (t.words.empty() || compiled.parsers[0])
+      index_.variableFirst.push_back(at);
+    else
+      index_.byFirstWord[t.words[0]].push_back(at);
+    index_.compiled.push_back(std::move(compiled));
+  }
+  // Each word's list merges its own templates with the variable-first ones,
+  // in file order (ties go to the earlier template).
+  for (auto& [word, list] : index_.byFirstWord) {
+    list.insert(list.end(), index_.variableFirst.begin(), index_.variableFirst.end());
+    std::sort(list.begin(), list.end());
+  }
+}
+
+const std::vector<std::size_t>& LanguageParse::candidatesStartingWith(const std::string& word) const {
+  auto found = index_.byFirstWord.find(word);
+  return found == index_.byFirstWord.end() ? index_.variableFirst : found->second;
 }
 
 const std::vector<std::shared_ptr<CommandFactory>>& LanguageParse::factories() {
@@ -309,30 +338,32 @@ const std::vector<SentenceTemplate>& LanguageParse::templates() const {
 
 void LanguageParse::useTemplates(std::shared_ptr<const std::vector<SentenceTemplate>> templates) {
   templates_ = std::move(templates);
+  buildIndex();
 }
 
 std::optional<MatchedSentenceTemplate> LanguageParse::match(Words inputWords, const QuerySettings& settings,
                                                             std::size_t& recognisedCount) const {
   const std::size_t n = inputWords.size();
   // Each variable parser's answer at each offset: many templates start alike.
-  std::map<std::pair<std::string, std::size_t>, Result> memo;
+  std::map<std::pair<const VariableParser*, std::size_t>, Result> memo;
   recognisedCount = 0;
 
   const SentenceTemplate* best = nullptr;
   std::vector<std::any> bestArgs;
-  for (const SentenceTemplate& t : templates()) {
+  if (n == 0) return std::nullopt;
+  for (std::size_t candidate : candidatesStartingWith(inputWords[0].textLowered)) {
+    const SentenceTemplate& t = *index_.compiled[candidate].sentence;
+    const auto& parsers = index_.compiled[candidate].parsers;
     std::size_t offset = 0;
     std::size_t next = 0;  // the first word of the template still to match
     std::vector<std::any> args;
     while (next < t.words.size()) {
       if (offset >= n) break;
-      const std::string& key = t.keys[next];
       std::size_t consumed = 1;
-      auto parser = SentenceTemplate::isVariable(key) ? variableParsers.find(key) : variableParsers.end();
-      if (parser != variableParsers.end()) {
-        auto memoKey = std::make_pair(key, offset);
+      if (const VariableParser* parser = parsers[next]) {
+        auto memoKey = std::make_pair(parser, offset);
         auto cached = memo.find(memoKey);
-        if (cached == memo.end()) cached = memo.emplace(memoKey, parser->second(inputWords.subspan(offset), settings)).first;
+        if (cached == memo.end()) cached = memo.emplace(memoKey, (*parser)(inputWords.subspan(offset), settings)).first;
         const Result& parsed = cached->second;
         if (!parsed) break;
         if (parsed->value.has_value()) args.push_back(parsed->value);

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "query/CommandFactory.h"
@@ -76,7 +77,24 @@ class LanguageParse {
   std::optional<MatchedSentenceTemplate> match(Words inputWords, const QuerySettings& settings,
                                                std::size_t& recognisedCount) const;
 
+  // The templates that can start at a word, in template order: those whose
+  // first word is that word, and those that start with a variable. Keeps the
+  // parse of a long command area from trying every template at every word.
+  struct CompiledTemplate {
+    const SentenceTemplate* sentence = nullptr;
+    // The parser of each word, or null for a word matched literally.
+    std::vector<const VariableParser*> parsers;
+  };
+  struct TemplateIndex {
+    std::vector<CompiledTemplate> compiled;  // in file order
+    std::unordered_map<std::string, std::vector<std::size_t>> byFirstWord;
+    std::vector<std::size_t> variableFirst;
+  };
+  void buildIndex();
+  const std::vector<std::size_t>& candidatesStartingWith(const std::string& word) const;
+
   std::shared_ptr<const std::vector<SentenceTemplate>> templates_;
+  TemplateIndex index_;
 };
 
 }  // namespace velmora

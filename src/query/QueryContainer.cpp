@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <unordered_map>
 
 #include "query/LanguageParse.h"
 #include "query/NameMatching.h"
@@ -38,12 +39,20 @@ std::shared_ptr<const QueryIgnoreList> freshIgnoreList() {
   return maker ? maker() : nullptr;
 }
 
+// A pasted page after a colon has tens of thousands of words: look-ups
+// go through a hash set, never a scan.
 std::vector<SentenceComponent> without(const std::vector<SentenceComponent>& words,
                                        const std::vector<SentenceComponent>& leaveOut) {
-  std::vector<SentenceComponent> out;
-  for (const auto& w : words)
-    if (!containsComponent(leaveOut, w)) out.push_back(w);
-  return out;
+  // Words of one query differ in their positions.
+  std::unordered_map<int, const SentenceComponent*> out;
+  out.reserve(leaveOut.size());
+  for (const auto& w : leaveOut) out.emplace(w.position.lowerBound, &w);
+  std::vector<SentenceComponent> kept;
+  for (const auto& w : words) {
+    auto found = out.find(w.position.lowerBound);
+    if (found == out.end() || !(*found->second == w)) kept.push_back(w);
+  }
+  return kept;
 }
 
 // The operator "OR": capitals, typed bare in the word area.
@@ -87,8 +96,7 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
 
   std::vector<SentenceComponent> consumed;
   for (const auto& command : commandsFoundInQuery)
-    for (const auto& part : command->commandConsumedParts())
-      if (!containsComponent(consumed, part)) consumed.push_back(part);
+    for (const auto& part : command->commandConsumedParts()) consumed.push_back(part);
   invalidCommandAreaWords = without(commandArea, consumed);
 
   searchWordParts = without(allWords, allRecoginsedParts);
@@ -163,8 +171,8 @@ void QueryContainer::parseCommands(const QuerySettings& settings) {
   auto found = langauge().allMatches(commandWords, settings);
   if (!found) return;
   commandsFoundInQuery = found->commands;
-  for (const auto& part : found->recognisedParts)
-    if (!containsComponent(allRecoginsedParts, part)) allRecoginsedParts.push_back(part);
+  // Each word is recognised at most once: the parse moves past what it took.
+  allRecoginsedParts = found->recognisedParts;
 }
 
 std::vector<std::shared_ptr<SearchDataSource>> QueryContainer::suppliedDataSources() const {

@@ -100,7 +100,14 @@ void FileSystemSearch::search(const QueryContainer& query, SearchDataSourceDeleg
 }
 
 void FileSystemSearch::makeSkipPaths(const std::string& base) {
+  // Each disk has its own skip list: what keeps a walk of "/" out of the
+  // other disks must not keep those disks' own walks out when the same
+  // search reaches them.
+  skipPaths_.clear();
+  skipPathList_.clear();
+  skipIncludes_.clear();
   VolumeTable volumes = fsUtilities_.volumes();
+  fsUtilities_.noteVolumes(volumes);
   for (auto& path : fsUtilities_.conventions().crawlSkipPaths(base, volumes)) {
     if (skipPaths_.insert(path).second) skipPathList_.push_back(path);
   }

@@ -47,7 +47,7 @@ class FileSystemSearch final : public SearchDataSource,
   int searchfs(const std::string& diskPath, const std::string& diskKey, const QueryContainer& query,
                SearchDataSourceDelegate& handler);
 
-  // What the walk has gathered (for tests and reports).
+  // What the walk of the last disk skips (for tests and reports).
   std::vector<std::string> skipPaths() const { return skipPathList_; }
   std::vector<std::string> skipIncludes() const { return skipIncludes_; }
   std::int64_t numberOfDirecoriesSearched() const { return numberOfDirecoriesSearched_.value(); }

@@ -91,6 +91,10 @@ class QueryWindowContentController : public SearchManagerDelegate,
   std::int64_t lastTotalNumberOfResultsReturned() const { return lastTotalNumberOfResultsReturned_; }
   bool soundexOn = false;
 
+  // The query's words as the results list promotes names by them (word
+  // parts joined, lower-case); `velmora search --sort` orders by the same.
+  static std::optional<std::string> queryWords(const QueryContainer& query);
+
   // Front-end hooks: a redraw is due; the query field should take the focus.
   std::function<void()> onChange;
   std::function<void()> onFocusSearchField;
@@ -103,7 +107,6 @@ class QueryWindowContentController : public SearchManagerDelegate,
                          const SearchLocation& location);
   void finishedOnMain(const QueryContainer& query);
   void changed();
-  static std::optional<std::string> queryWords(const QueryContainer& query);
 
   QueryWindowEnvironment environment_;
   Scheduler& scheduler_;
