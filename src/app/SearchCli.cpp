@@ -18,11 +18,11 @@
 #include <vector>
 
 #include "app/CliRegistry.h"
+#include "app/TerminalText.h"
 #include "common/AppDirectories.h"
 #include "common/Clock.h"
 #include "common/JSONText.h"
 #include "common/MainQueue.h"
-#include "common/TerminalText.h"
 #include "query/QueryContainer.h"
 #include "stores/PreferenceStore.h"
 #include "search/DiskInfoManager.h"
@@ -44,6 +44,25 @@ namespace {
 std::atomic<int> interruptedBy{0};
 
 extern "C" void onInterrupt(int signal) { interruptedBy = signal; }
+
+// Words after the colon that changed nothing would otherwise pass in silence
+// (the window colours them); the search still runs without them.
+void reportWordsNotUsed(const QueryContainer& query) {
+  auto joined = [](const std::vector<SentenceComponent>& words, const std::vector<SentenceComponent>& except) {
+    std::string text;
+    for (const auto& w : words)
+      if (std::find(except.begin(), except.end(), w) == except.end())
+        text += (text.empty() ? "" : " ") + w.textOriginalCase;
+    return text;
+  };
+  const std::string failed = joined(query.failedCommandAreaWords, {});
+  const std::string other = joined(query.invalidCommandAreaWords, query.failedCommandAreaWords);
+  if (!failed.empty())
+    std::fprintf(stderr, "velmora: \"%s\" makes no command (a value out of range?); searching without it\n",
+                 TerminalText::escaped(failed).c_str());
+  if (!other.empty())
+    std::fprintf(stderr, "velmora: words not used: %s\n", TerminalText::escaped(other).c_str());
+}
 
 // The window's progress line, word for word: the command line says what
 // the window would show.
@@ -305,6 +324,7 @@ int runSearch(const Options& options) {
   std::string text;
   for (const auto& word : options.words) text += (text.empty() ? "" : " ") + word;
   QueryContainer query(text, location, options.soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
+  reportWordsNotUsed(query);
 
   SearchManagerEnvironment environment = SearchSources::standardEnvironment();
   QuickPauseScheduler scheduler;

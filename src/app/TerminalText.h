@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace velmora::app {
 
@@ -8,6 +9,10 @@ namespace velmora::app {
 // mark none, a byte that is no UTF-8 one (it shows as a replacement). Widths
 // follow the C library's wcwidth under the process's LC_CTYPE.
 struct TerminalText {
+  // Names as a terminal may safely print them: control characters (C0, DEL,
+  // C1) and bytes that are not UTF-8 become visible escapes (\n, \t, \r,
+  // \e, otherwise \xHH); everything else is kept.
+  static std::string escaped(std::string_view bytes);
   // Byte offset of the next or previous code point; clamped to the text.
   static std::size_t nextCodePoint(const std::string& text, std::size_t at);
   static std::size_t previousCodePoint(const std::string& text, std::size_t at);

@@ -52,5 +52,12 @@ TEST_F(TerminalTextTest, EncodeGivesUtf8ForEachPlaneAndNothingForSurrogates) {
   EXPECT_EQ(TerminalText::encode(0x110000), "");
 }
 
+TEST(TerminalText, ControlCharactersAndStrayBytesAreMadeVisible) {
+  EXPECT_EQ(TerminalText::escaped("plain caf\xC3\xA9 \xE2\x82\xAC"), "plain caf\xC3\xA9 \xE2\x82\xAC");
+  EXPECT_EQ(TerminalText::escaped("a\nb\tc\rd\x1B[2Je\x7F\x01"), "a\\nb\\tc\\rd\\e[2Je\\x7F\\x01");
+  EXPECT_EQ(TerminalText::escaped("x\xC2\x9B" "1m"), "x\\xC2\\x9B1m");  // a C1 escape
+  EXPECT_EQ(TerminalText::escaped("bad\xFF\xE9"), "bad\\xFF\\xE9");
+}
+
 }  // namespace
 }  // namespace velmora::app
