@@ -25,14 +25,21 @@ std::unique_ptr<icu::UnicodeSet> frozenSet(const char16_t* pattern) {
   return set;
 }
 
-// Character break iterators are not thread-safe; each thread gets its own.
-icu::BreakIterator& clusterIterator() {
-  thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> made(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    if (U_FAILURE(status) || !made) std::abort();
-    return made;
-  }();
+std::unique_ptr<icu::BreakIterator> makeClusterIterator() {
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::BreakIterator> made(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  if (U_FAILURE(status) || !made) std::abort();
+  return made;
+}
+
+// Character break iterators are not thread-safe; each thread gets its own,
+// one for the text's segments and one for the pieces ended inside them.
+icu::BreakIterator& segmentIterator() {
+  thread_local std::unique_ptr<icu::BreakIterator> iterator = makeClusterIterator();
+  return *iterator;
+}
+icu::BreakIterator& pieceIterator() {
+  thread_local std::unique_ptr<icu::BreakIterator> iterator = makeClusterIterator();
   return *iterator;
 }
 
@@ -74,7 +81,7 @@ void WordSplitter::slowPiece(std::string_view piece, std::string& scratch,
   icu::UnicodeString text = icu::UnicodeString::fromUTF8(icu::StringPiece(piece.data(), static_cast<int32_t>(piece.size())));
   // Full lowercase mapping without a locale's special rules.
   text.toLower(icu::Locale::getRoot());
-  icu::BreakIterator& clusters = clusterIterator();
+  icu::BreakIterator& clusters = pieceIterator();
   clusters.setText(text);
   thread_local std::vector<int32_t> bounds;
   bounds.clear();
@@ -165,7 +172,7 @@ void WordSplitter::forEachWord(std::string_view text, const std::function<void(s
     }
     byteOffsets.push_back(static_cast<uint32_t>(length));
     icu::UnicodeString segment(false, reinterpret_cast<const UChar*>(units.data()), static_cast<int32_t>(units.size()));
-    icu::BreakIterator& clusters = clusterIterator();
+    icu::BreakIterator& clusters = segmentIterator();
     clusters.setText(segment);
     int32_t from = clusters.first();
     for (int32_t to = clusters.next(); to != icu::BreakIterator::DONE; from = to, to = clusters.next()) {
