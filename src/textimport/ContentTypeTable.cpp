@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <cctype>
 #include <string_view>
 #include <utility>
 
@@ -60,6 +61,12 @@ std::optional<std::string> ContentTypeTable::typeIdentifier(const std::string& p
   const auto slash = path.rfind('/');
   const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
   if (name.empty()) return std::nullopt;
+  // shared-mime-info has no web archive type; its extension names it.
+  if (const auto dot = name.rfind('.'); dot != std::string::npos) {
+    std::string ext = name.substr(dot + 1);
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (ext == "webarchive") return std::string("com.apple.webarchive");
+  }
   GFree type{g_content_type_guess(name.c_str(), nullptr, 0, nullptr)};
   if (!type.text || g_content_type_is_unknown(type.text)) return std::nullopt;
   GFree mime{g_content_type_get_mime_type(type.text)};
