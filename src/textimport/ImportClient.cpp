@@ -104,11 +104,7 @@ void ImportClient::setLastUsedTime(Date date) {
   lastUsedTime_ = date;
 }
 
-pid_t ImportClient::helperPid() const {
-  pid_t pid = -1;
-  const_cast<ImportClient*>(this)->queue_.addOperation([&] { pid = helper_ ? helper_->pid : -1; })->waitUntilFinished();
-  return pid;
-}
+pid_t ImportClient::helperPid() const { return helperPid_.load(); }
 
 void ImportClient::initNotifications() {
   observerToken_ = ImportSharedState::shared().addObserver([this](ImportSharedState::Notification n) {
@@ -189,6 +185,9 @@ void ImportClient::setup() {
   pid_t pid = -1;
   const int spawned = posix_spawn(&pid, options_.helperPath.c_str(), &actions, nullptr, argv.data(), envp.data());
   posix_spawn_file_actions_destroy(&actions);
+  // Only the helper may hold its ends: its death must close the sockets.
+  theirRequests.reset();
+  theirControl.reset();
   if (spawned != 0) {
     std::lock_guard guard(mutex_);
     lastError_ = Status::fromErrno(spawned, "cannot start the import helper " + options_.helperPath);
@@ -219,7 +218,7 @@ void ImportClient::setup() {
     control_ = helper->control;
   }
   helper_ = std::move(helper);
-  sendCancelInfo();
+  helperPid_ = pid;
 
   ImportMessage start;
   start.op = "start";
@@ -249,7 +248,7 @@ void ImportClient::shutdownOnQueue() {
     ImportMessage quit;
     quit.op = "quit";
     helper_->requests->send(quit.encode()).ignore();  // a helper that is gone has quit already
-    endHelper(false, {});
+    endHelper(false, {}, false);
   }
   if (quitTimer_) {
     quitTimer_->cancel();
@@ -257,9 +256,10 @@ void ImportClient::shutdownOnQueue() {
   }
 }
 
-void ImportClient::endHelper(bool kill, const std::string& why) {
+void ImportClient::endHelper(bool kill, const std::string& why, bool describeEnd) {
   if (!helper_) return;
   std::unique_ptr<Helper> helper = std::move(helper_);
+  helperPid_ = -1;
   {
     std::lock_guard guard(mutex_);
     control_.reset();
@@ -273,7 +273,7 @@ void ImportClient::endHelper(bool kill, const std::string& why) {
   if (helper->controlReader.joinable()) helper->controlReader.join();
   if (!why.empty()) {
     std::lock_guard guard(mutex_);
-    lastError_ = Status::internal(kill ? why : fmt::format("{}: the import helper {}", why, describeExit(status)));
+    lastError_ = Status::internal(describeEnd ? fmt::format("{}: the import helper {}", why, describeExit(status)) : why);
   }
 }
 
@@ -300,9 +300,7 @@ Result<ImportMessage> ImportClient::call(ImportMessage request, const std::strin
   };
   const std::string what = path.empty() ? std::string("starting") : "reading " + path;
   if (Status sent = helper_->requests->send(request.encode(), file.get()); !sent.ok()) {
-    endHelper(true, {});
-    std::lock_guard guard(mutex_);
-    lastError_ = Status::internal(what + ": the import helper is gone (" + sent.message() + ")");
+    endHelper(true, what + " (" + sent.message() + ")", true);
     done();
     return lastError_;
   }
@@ -318,20 +316,20 @@ Result<ImportMessage> ImportClient::call(ImportMessage request, const std::strin
       VLOG("import of {} made no progress for {} seconds; the import helper is stopped", path,
            options_.timeLimitSeconds);
       endHelper(true, fmt::format("{}: no progress for {} seconds; the import was stopped", what,
-                                  options_.timeLimitSeconds));
+                                  options_.timeLimitSeconds), false);
       done();
       return lastError();
     }
     if (wait != FrameChannel::Wait::frame) {
       const std::string problem = helper_->requests->problem();
-      endHelper(true, what + (problem.empty() ? std::string() : " (" + problem + ")"));
-      // Killed after the fact; the helper's own end is the better reason.
+      // Killed in case it still runs; a helper that died reports its own end.
+      endHelper(true, what + (problem.empty() ? std::string() : " (" + problem + ")"), wait == FrameChannel::Wait::closed);
       done();
       return lastError();
     }
     auto reply = ImportMessage::decode(frame);
     if (!reply.ok() || reply->op != request.op) {
-      endHelper(true, what + ": the import helper sent a malformed reply");
+      endHelper(true, what + ": the import helper sent a malformed reply", false);
       done();
       return lastError();
     }

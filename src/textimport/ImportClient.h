@@ -83,7 +83,9 @@ class ImportClient {
   void setup();
   void shutdownOnQueue();
   Result<ImportMessage> call(ImportMessage request, const std::string& path, const ProgressHandler& progress);
-  void endHelper(bool kill, const std::string& why);
+  // Ends the helper and waits for it; a non-empty `why` becomes lastError,
+  // followed by how the helper ended when describeEnd.
+  void endHelper(bool kill, const std::string& why, bool describeEnd);
   void initNotifications();
   void sendCancelInfo();
   void quitTimerFired();
@@ -101,6 +103,7 @@ class ImportClient {
   std::map<std::string, ProgressHandler> progressorsForFiles_;
   std::shared_ptr<FrameChannel> control_;
   std::atomic<std::int64_t> lastActivity_{0};  // clock ticks of the last sign of life during an import
+  std::atomic<pid_t> helperPid_{-1};
   int observerToken_ = 0;
 };
 
