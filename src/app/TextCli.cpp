@@ -33,7 +33,10 @@ const bool registered = registerCli(30, [](CLI::App& root, CliContext& context) 
                                                       *maxLength ? *maxLength : ImportTextTools::unlimitedLength);
     if (!result.error.ok() || !result.text) {
       std::string reason = result.error.ok() ? "no text could be read" : result.error.message();
-      if (!std::filesystem::exists(path, ec)) reason = "no such file";
+      if (!std::filesystem::exists(path, ec))
+        reason = "no such file";
+      else if (!*ocr && !ImportTextTools().canImportTextFrom(path, false) && ImportTextTools().canImportTextFrom(path, true))
+        reason += " (images are read with --ocr)";
       std::cerr << "velmora text: " << *file << ": " << reason << "\n";
       context.exitCode = 1;
       return;

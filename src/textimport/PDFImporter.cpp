@@ -22,9 +22,13 @@ std::size_t characterCount(const std::string& text) {
   return n;
 }
 
+// Poppler ends each page's text with a form feed; pages are kept apart by
+// the list instead.
 std::string utf8(const poppler::ustring& text) {
   auto bytes = text.to_utf8();
-  return std::string(bytes.begin(), bytes.end());
+  std::string out(bytes.begin(), bytes.end());
+  while (!out.empty() && out.back() == '\f') out.pop_back();
+  return out;
 }
 
 // Poppler reports damage in documents on standard error; the failure we
