@@ -95,9 +95,14 @@ Result<ImportMessage> ImportMessage::decode(const std::string& bytes) {
         m.percentage = static_cast<int>(number);
         break;
       case wordTag:
+      {
         if (!r.bytes(text) || !r.varint(number) || number > INT64_MAX) return bad("truncated word count");
-        m.words[std::string(text)] += static_cast<std::int64_t>(number);
+        // A word sent twice adds up, and the sum must still be a count.
+        auto& count = m.words[std::string(text)];
+        if (static_cast<std::uint64_t>(count) > INT64_MAX - number) return bad("a word count out of range");
+        count += static_cast<std::int64_t>(number);
         break;
+      }
       default:
         return bad("unknown field");
     }

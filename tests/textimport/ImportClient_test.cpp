@@ -315,6 +315,12 @@ TEST(ImportMessages, RoundTripAndRejectMalformed) {
   EXPECT_FALSE(ImportMessage::decode(bytes.substr(0, 5)).ok()) << "cut inside the name";
   EXPECT_FALSE(ImportMessage::decode(bytes.substr(0, bytes.size() - 1)).ok()) << "cut inside the last field";
   EXPECT_FALSE(ImportMessage::decode("").ok());
+  // Found by fuzzing: one word twice whose counts add past the largest count.
+  ImportMessage huge;
+  huge.op = "wordsInFile";
+  huge.words = {{"w", INT64_MAX}};
+  const std::string twice = huge.encode() + huge.encode().substr(huge.encode().find('\x0a'));
+  EXPECT_FALSE(ImportMessage::decode(twice).ok());
   EXPECT_FALSE(ImportMessage::decode(std::string("\x01\x03zzz", 5)).ok()) << "unknown name";
 
   FrameDecoder decoder(8);
