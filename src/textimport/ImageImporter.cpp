@@ -14,6 +14,7 @@ std::optional<ImportTextTools::ImportTextResult> ImageImporter::importImage(cons
   if (!useOCR) return std::nullopt;
   std::string bytes;
   if (!file.readAll(bytes, failure, std::size_t(512) << 20)) return std::nullopt;
+  setMsgSeverity(L_SEVERITY_NONE);  // the failure returned says enough
   Pix* pix = pixReadMem(reinterpret_cast<const l_uint8*>(bytes.data()), bytes.size());
   if (!pix) {
     failure = "the image could not be decoded";

@@ -1,6 +1,10 @@
 #include "textimport/ImportTextTools.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 #include "textimport/CatdocImporter.h"
 #include "textimport/ContentTypeTable.h"
@@ -95,6 +99,12 @@ std::optional<ImportTextTools::ImportTextResult> ImportTextTools::importFileText
     const ImportFile& file, bool searchAllFiles, std::size_t maxLength, bool useOCR,
     const ProgressHandler& progressHandler, const ShouldCancel& shouldCancel) {
   lastFailure_.clear();
+  if (file.fd < 0 && ::access(file.path.c_str(), R_OK) != 0) {
+    // Gone (or never there) before it could be read: say so, rather than
+    // what a parser makes of a missing file.
+    lastFailure_ = std::string("cannot open: ") + std::strerror(errno);
+    return std::nullopt;
+  }
   const ImportTable& functions = table(useOCR);
   if (auto type = ContentTypeTable::typeIdentifier(file.path)) {
     if (auto found = functions.find(*type); found != functions.end())

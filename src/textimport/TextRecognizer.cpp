@@ -21,6 +21,9 @@ tesseract::TessBaseAPI* engine(std::string& failure) {
     failure = "OCR is not available (tesseract could not load its English data)";
     return nullptr;
   }
+  // Leptonica reports allocation failures under the memory limit on standard
+  // error; the failure we return says it once.
+  setMsgSeverity(L_SEVERITY_NONE);
   auto api = std::make_unique<tesseract::TessBaseAPI>();
   if (api->Init(nullptr, "eng") != 0) {
     state.failed = true;
