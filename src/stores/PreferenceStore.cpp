@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "common/AppDirectories.h"
+#include "common/JSONText.h"
 #include "common/Logger.h"
 #include "common/MainQueue.h"
 
@@ -158,7 +159,7 @@ double PreferenceStore::doubleForKey(std::string_view key) const {
 std::string PreferenceStore::stringForKey(std::string_view key) const {
   json v = objectForKey(key);
   if (v.is_string()) return v.get<std::string>();
-  if (v.is_number() || v.is_boolean()) return v.dump();
+  if (v.is_number() || v.is_boolean()) return JSONText::dump(v);
   return {};
 }
 
@@ -202,7 +203,7 @@ void PreferenceStore::remove(std::string_view key) {
 }
 
 void PreferenceStore::saveLocked() {
-  std::string error = writeAtomically(file_, values_.dump(2) + "\n");
+  std::string error = writeAtomically(file_, JSONText::dump(values_, 2) + "\n");
   if (!error.empty() && error != lastSaveError_)
     Logger::shared().log("Preferences: settings not saved: " + error);
   lastSaveError_ = error;

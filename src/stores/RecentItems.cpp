@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "common/JSONText.h"
 #include "common/Logger.h"
 #include "stores/OpenedFilesNotification.h"
 #include "stores/PreferenceStore.h"
@@ -66,7 +67,7 @@ void RecentItems::load() {
 void RecentItems::save() {
   json array = json::array();
   for (const auto& item : items_) array.push_back(item.toJSON());
-  PreferenceStore::shared().set(kItemsKey, array.dump());
+  PreferenceStore::shared().set(kItemsKey, JSONText::dump(array));
   notifier_.post();
 }
 
