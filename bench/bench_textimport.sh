@@ -52,11 +52,12 @@ hyperfine -N -w 1 -r "$((runs < 5 ? runs : 5))" --export-json "$work/ocr.json" \
   "$velmora text --ocr $work/page.png" "tesseract $work/page.png -" >/dev/null 2>&1
 
 python3 - "$work/pdf.json" "$work/ocr.json" <<'PY'
-import json, sys
+import json, os, sys
+label = lambda command: " ".join(os.path.basename(w) for w in command.split())
 for f, goal in zip(sys.argv[1:], (1.5, 1.2)):
     r = json.load(open(f))["results"]
     ours, theirs = r[0]["median"], r[1]["median"]
-    print("%-50s %8.1f ms" % (r[0]["command"].split("/")[-2][:0] + "velmora " + r[0]["command"].split(" ", 1)[1].rsplit("/", 1)[-1], ours * 1000))
-    print("%-50s %8.1f ms" % (r[1]["command"].split(" ")[0] + " " + r[1]["command"].split(" ")[1].rsplit("/", 1)[-1], theirs * 1000))
+    print("%-40s %8.1f ms" % (label(r[0]["command"]), ours * 1000))
+    print("%-40s %8.1f ms" % (label(r[1]["command"]), theirs * 1000))
     print("ratio %.2f (goal <= %.1f)\n" % (ours / theirs, goal))
 PY
