@@ -299,13 +299,14 @@ Result<ImportMessage> ImportClient::call(ImportMessage request, const std::strin
     progressorsForFiles_.erase(path);
   };
   const std::string what = path.empty() ? std::string("starting") : "reading " + path;
+  // The quiet time counts from before the helper can begin.
+  lastActivity_ = ticks(clock().now());
   if (Status sent = helper_->requests->send(request.encode(), file.get()); !sent.ok()) {
     endHelper(true, what + " (" + sent.message() + ")", true);
     done();
     return lastError_;
   }
   file.reset();
-  lastActivity_ = ticks(clock().now());
   std::string frame;
   for (;;) {
     const auto wait = helper_->requests->receive(frame, waitSlice);

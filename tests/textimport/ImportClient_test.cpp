@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <set>
 #include <thread>
 
 #include "TestDocuments.h"
@@ -64,8 +65,8 @@ struct HangingFile {
   explicit HangingFile(const std::filesystem::path& path) : path(path.string()) {
     ::mkfifo(this->path.c_str(), 0600);
     // Opening the reading end first keeps the writer's open from blocking.
-    reader = ::open(this->path.c_str(), O_RDONLY | O_NONBLOCK);
-    writer = ::open(this->path.c_str(), O_WRONLY);
+    reader = ::open(this->path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    writer = ::open(this->path.c_str(), O_WRONLY | O_CLOEXEC);
   }
   void finish(const std::string& text) {
     if (writer >= 0) {
@@ -115,6 +116,10 @@ TEST_F(ImportClientTest, WordsAndTextThroughTheHelper) {
   EXPECT_EQ(*words.words, (ImportTextTools::WordCounts{{"hello", 2}, {"world", 1}}));
   const pid_t helper = client.helperPid();
   EXPECT_TRUE(processAlive(helper));
+  std::set<std::string> open;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(helper) + "/fd"))
+    open.insert(entry.path().filename().string());
+  EXPECT_EQ(open, (std::set<std::string>{"0", "1", "2", "3", "4"})) << "the helper keeps nothing else of ours";
 
   auto text = client.textFromFile(file("two.pdf", test::makePDF({{"page one"}, {"page two"}})), false, false,
                                   ImportTextTools::unlimitedLength);

@@ -5,6 +5,7 @@
 //   velmora-import --request-fd N --control-fd M [--memory-limit-mb MB]
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -28,6 +29,12 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "velmora-import is started by velmora; it takes --request-fd and --control-fd\n");
     return 2;
   }
+  // Nothing but the two sockets and the standard streams: whatever else the
+  // client's process had open is none of the helper's business.
+  const int highest = std::max(requestFd, controlFd);
+  for (int fd = 3; fd < highest; ++fd)
+    if (fd != requestFd && fd != controlFd) ::close(fd);
+  ::close_range(static_cast<unsigned>(highest) + 1, ~0u, 0);
   if (auto confined = velmora::HelperConfinement::apply(memoryLimitMB); !confined.ok()) {
     std::fprintf(stderr, "velmora-import: %s\n", confined.message().c_str());
     return 2;
