@@ -2,6 +2,7 @@
 
 #include "query/SentenceComponent.h"
 #include "stores/PreferenceStore.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -15,7 +16,7 @@ std::vector<std::string> LabelTagManager::knownTags() const {
   nlohmann::json stored = PreferenceStore::shared().objectForKey(kDefaultsKey);
   if (stored.is_array())
     for (const auto& tag : stored)
-      if (tag.is_string()) all.insert(plainLowercase(tag.get<std::string>()));
+      if (tag.is_string()) all.insert(TextCase::plainLowercase(tag.get<std::string>()));
   {
     std::lock_guard guard(mutex_);
     all.insert(seen_.begin(), seen_.end());
@@ -25,7 +26,7 @@ std::vector<std::string> LabelTagManager::knownTags() const {
 
 void LabelTagManager::noteSeen(const std::vector<std::string>& tags) {
   std::lock_guard guard(mutex_);
-  for (const auto& tag : tags) seen_.insert(plainLowercase(tag));
+  for (const auto& tag : tags) seen_.insert(TextCase::plainLowercase(tag));
 }
 
 void LabelTagManager::save() const {
