@@ -195,6 +195,7 @@ int ImportText::serve(FrameChannel& requests, FrameChannel& control) {
       std::fprintf(stderr, "velmora-import: '%s' is not a request; ending\n", request.op.c_str());
       return 3;
     }
+    fd.reset();  // the file is closed before the client hears the reply
     if (!requests.send(reply.encode()).ok()) return 0;
   }
 }
