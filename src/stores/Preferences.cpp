@@ -58,6 +58,10 @@ std::vector<Preferences::KeyInfo> makeKnownKeys() {
       {"quitAfterLastSearchWindowGone", Type::boolean, false},
       {"fileContentCachingTimeUpdatesEnabled", Type::boolean, false},
       {"sidebarShouldShowDownloads", Type::boolean, true},
+      // The import helper's address-space limit, and how long an import may
+      // go without progress before the helper is stopped (0: no limit).
+      {"importMemoryLimitMB", Type::integer, 2048},
+      {"importTimeLimitSeconds", Type::integer, 300},
   };
   // First-time values, set into the user's layer rather than registered.
   keys.push_back({"showInMenuBar", Type::boolean, nullptr});

@@ -15,7 +15,7 @@ TEST_F(PreferencesTest, StartupRegistersTheTableWithoutWritingItBack) {
   Prefs::startup();
   auto& store = PreferenceStore::shared();
   json defaults = store.defaults();
-  EXPECT_EQ(defaults.size(), 36u);
+  EXPECT_EQ(defaults.size(), 38u);
   EXPECT_EQ(defaults["updateCachesEvery"], 500);
   EXPECT_EQ(defaults["lastSearchlocationPopupSelectedItemName"], "in home");
   EXPECT_EQ(defaults["iconSizeSlider"], 290.0);
