@@ -123,8 +123,9 @@ int runSet(const std::string& key, const std::string& text) {
   auto value = parseTyped(info->type, text);
   if (!value || !Preferences::accepts(*info, *value)) {
     std::string range = Preferences::rangeText(*info);
-    std::cerr << "velmora prefs: \"" << key << "\" takes " << typeName(info->type) << (range.empty() ? "" : " ")
-              << range << ", not \"" << text << "\"\n";
+    std::string takes = info->choices.empty() ? typeName(info->type) + std::string(range.empty() ? "" : " ") + range
+                                              : range;
+    std::cerr << "velmora prefs: \"" << key << "\" takes " << takes << ", not \"" << text << "\"\n";
     return 2;
   }
   // An unreadable file is reported by the refusal below; a damaged one here.

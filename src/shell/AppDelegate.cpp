@@ -84,10 +84,11 @@ void AppDelegate::activateOrQuitHotKeyStatusMenuSupportApp() {
     if (status.code() == Status::Code::unsupported) {
       // Nothing here can start programs at login: say what to do instead,
       // once, rather than apologise at every start.
-      auto& store = PreferenceStore::shared();
-      if (store.boolForKey(loginItemAdviceKey)) return;
-      Alert::show(Alert{status.message(), {}, {}});
-      store.set(loginItemAdviceKey, true);
+      if (loginItemAdviceShown_ || PreferenceStore::shared().boolForKey(loginItemAdviceKey)) return;
+      loginItemAdviceShown_ = true;
+      // Noted once it was shown, so that a quit before then still leaves it for the next start.
+      Alert::show(Alert{status.message(), {}, {}},
+                  [](int) { PreferenceStore::shared().set(loginItemAdviceKey, true); });
     } else if (!status.ok()) {
       Alert::show(Alert{"Sorry, Velmora couldn't be configured to open at startup.", status.message(), {}});
     }

@@ -76,6 +76,7 @@ class AppDelegate {
   std::unique_ptr<RepeatingTimer> graceTimer_;
   bool interactive_ = false;
   bool observingEnsureQueryWindow_ = false;
+  bool loginItemAdviceShown_ = false;
   Seconds grace_{30.0};
 };
 

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cmath>
 
+#include <fmt/format.h>
+
 #include "common/Logger.h"
 #include "stores/PreferenceStore.h"
 
@@ -97,7 +99,7 @@ bool Preferences::accepts(const KeyInfo& info, const json& value) {
 }
 
 std::string Preferences::rangeText(const KeyInfo& info) {
-  auto number = [](double value) { return json(value).dump(); };
+  auto number = [](double value) { return fmt::format("{}", value); };
   if (!info.choices.empty()) {
     std::string text = "one of";
     for (std::size_t i = 0; i < info.choices.size(); ++i)

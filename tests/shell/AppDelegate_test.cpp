@@ -177,6 +177,7 @@ TEST_F(AppDelegateTest, NoWayToStartAtLoginIsExplainedOnce) {
   Preferences::startup();
   delegate.activateOrQuitHotKeyStatusMenuSupportApp();
   delegate.activateOrQuitHotKeyStatusMenuSupportApp();  // at quit
+  MainQueue::poll();
   PreferenceStore::resetShared(home.path() / "preferences.json");  // the next start
   AppDelegate next(LifecycleHooks{}, scheduler, loginItem, [] { return nullptr; });
   next.activateOrQuitHotKeyStatusMenuSupportApp();
