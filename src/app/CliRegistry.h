@@ -12,6 +12,13 @@ namespace velmora::app {
 // What a subcommand's run leaves for main(): the process exit status.
 struct CliContext {
   int exitCode = 0;
+  // The command line as given (without the program name), for subcommands
+  // that need the order of arguments the parser split apart.
+  std::vector<std::string> arguments;
+  // Everything after the first "--": never options, whatever they look like.
+  // A subcommand that takes them sets afterDashesTaken.
+  std::vector<std::string> afterDashes;
+  bool afterDashesTaken = false;
 };
 
 // A subcommand installs itself on the root parser: it adds its CLI::App with

@@ -12,7 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include "app/CliRegistry.h"
+#include "common/JSONText.h"
 #include "query/QueryContainer.h"
+#include "stores/PreferenceStore.h"
 
 namespace velmora::app {
 
@@ -153,7 +155,7 @@ const bool registered = registerCli(20, [](CLI::App& root, CliContext& context) 
   explain->add_flag("--soundex", *soundex, "match names by how they sound");
   // The query is everything from the first word that is no option of ours,
   // so that a query may begin with "-" (a negative word) and several
-  // arguments make one query. A leading "--" is dropped.
+  // arguments make one query; so do the words after "--".
   explain->prefix_command();
   auto afterDashes = std::make_shared<std::vector<std::string>>();
   explain->add_option("QUERY", *afterDashes, "the query");
@@ -161,13 +163,16 @@ const bool registered = registerCli(20, [](CLI::App& root, CliContext& context) 
   explain->callback([&context, explain, json, soundex, afterDashes] {
     std::string query;
     auto words = explain->remaining();
-    if (!words.empty() && words.front() == "--") words.erase(words.begin());
     words.insert(words.end(), afterDashes->begin(), afterDashes->end());
-    for (const auto& word : words) query += (query.empty() ? "" : " ") + word;
-    if (query.empty()) throw CLI::RequiredError("QUERY");
-    QueryContainer parsed(query, std::nullopt, *soundex);
+    words.insert(words.end(), context.afterDashes.begin(), context.afterDashes.end());
+    context.afterDashesTaken = true;
+    // An empty argument is the empty query, which is legal (not word based);
+    // no argument at all is a usage error.
+    if (words.empty()) throw CLI::RequiredError("QUERY");
+    for (std::size_t i = 0; i < words.size(); ++i) query += (i ? " " : "") + words[i];
+    QueryContainer parsed(query, std::nullopt, *soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
     if (*json)
-      std::cout << explainJSON(parsed).dump(2) << "\n";
+      std::cout << JSONText::dump(explainJSON(parsed), 2) << "\n";
     else
       std::cout << explainText(parsed);
     std::cout.flush();

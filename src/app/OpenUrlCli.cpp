@@ -50,9 +50,11 @@ int runOpenURL(CLI::App& root, const std::string& url) {
   }
 
   std::vector<std::string> words = {"velmora", "search", request.text};
-  if (request.location && !request.location->empty()) {
+  // Each location is searched; a link may name several.
+  for (const auto& location : request.locations) {
+    if (location.empty()) continue;
     words.push_back("--in");
-    words.push_back(expandedLocation(*request.location));
+    words.push_back(expandedLocation(location));
   }
   std::vector<char*> argv;
   for (auto& word : words) argv.push_back(word.data());

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/CliRegistry.h"
+#include "common/JSONText.h"
 #include "stores/PreferenceStore.h"
 #include "stores/Preferences.h"
 
@@ -67,7 +68,7 @@ std::optional<json> parseTyped(Type type, const std::string& text) {
 }
 
 // Text as the user typed it: strings without quotes.
-std::string shown(const json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
+std::string shown(const json& value) { return value.is_string() ? value.get<std::string>() : JSONText::dump(value); }
 
 // The value as its type reads it (an absent key reads as false, 0 or "").
 json typedValue(const Preferences::KeyInfo& info) {

@@ -7,6 +7,7 @@
 #include "common/SharedAdditions.h"
 #include "platform/MountMonitor.h"
 #include "platform/VolumeTable.h"
+#include "search/DiskInfoManager.h"
 #include "search/FSUtilities.h"
 #include "stores/PreferenceStore.h"
 
@@ -91,7 +92,7 @@ std::optional<SearchLocation> QueryWindowLocations::currentLocation() const {
     return SearchLocation::fromURLs({AppDirectories::homeDirectory().string()}, kHome);
   }
   if (!it->disk.empty() && !VolumeTable::current().find(it->disk)) return std::nullopt;
-  if (it->preset && *it->preset != SearchLocationURLSet::home) return SearchLocation::fromPreset(*it->preset, it->name);
+  if (it->preset && *it->preset != SearchLocationURLSet::home) return SearchLocation::fromPreset(*it->preset, DiskInfoManager::shared().volumes(), it->name);
   return SearchLocation::fromURLs(it->folders, it->name);
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 namespace velmora {
 class MountMonitor;

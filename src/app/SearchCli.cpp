@@ -1,12 +1,16 @@
 // `velmora search QUERY`: finds files by name (and by the query's commands)
 // in folders or disks, streaming each result as it passes the filter.
+#include <algorithm>
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -16,22 +20,29 @@
 #include "app/CliRegistry.h"
 #include "common/AppDirectories.h"
 #include "common/Clock.h"
+#include "common/JSONText.h"
 #include "common/MainQueue.h"
+#include "common/TerminalText.h"
 #include "query/QueryContainer.h"
+#include "stores/PreferenceStore.h"
+#include "search/DiskInfoManager.h"
 #include "search/FSUtilities.h"
 #include "search/FileSystemSearch.h"
 #include "search/IgnoreItems.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 #include "search/SearchManager.h"
 #include "search/results/SearchResultSort.h"
+#include "shell/QueryWindowContentController.h"
+#include "shell/SearchSources.h"
 
 namespace velmora::app {
 
 namespace {
 
-std::atomic<bool> interrupted{false};
+// The signal that stopped the search, 0 while none has.
+std::atomic<int> interruptedBy{0};
 
-extern "C" void onInterrupt(int) { interrupted = true; }
+extern "C" void onInterrupt(int signal) { interruptedBy = signal; }
 
 // "1,234": the count as the progress line groups it.
 std::string grouped(std::int64_t value) {
@@ -110,30 +121,59 @@ struct Options {
   bool reverse = false;
 };
 
+// Standard output with its failures noticed: a full disk, /dev/full or a
+// closed descriptor must not pass for a complete list.
+class ResultWriter {
+ public:
+  bool write(const std::string& line) {
+    if (failed_) return false;
+    if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size()) fail();
+    return !failed_;
+  }
+  bool flush() {
+    if (failed_) return false;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) fail();
+    return !failed_;
+  }
+  bool failed() const { return failed_; }
+  int error() const { return error_; }
+
+ private:
+  void fail() {
+    failed_ = true;
+    error_ = errno != 0 ? errno : EIO;
+  }
+  bool failed_ = false;
+  int error_ = 0;
+};
+
 class TerminalSearch final : public SearchManagerDelegate {
  public:
-  explicit TerminalSearch(const Options& options)
-      : options_(options), live_(::isatty(STDERR_FILENO) == 1), stdoutIsTerminal_(::isatty(STDOUT_FILENO) == 1) {}
+  explicit TerminalSearch(const Options& options, SortOptions sortOptions)
+      : options_(options),
+        sortOptions_(std::move(sortOptions)),
+        live_(::isatty(STDERR_FILENO) == 1),
+        stdoutIsTerminal_(::isatty(STDOUT_FILENO) == 1) {}
 
   void searchManagerIsBeginingSearches(const QueryContainer&) override {}
 
   void searchManagerFoundItems(const std::vector<SearchResult>& items, std::int64_t, const QueryContainer&) override {
+    if (writer_.failed()) return;
     for (const auto& item : items) {
-      if (options_.limit > 0 && found_ >= options_.limit) break;
+      // Sorted output is cut to the limit after the sort, at the end.
       if (!options_.sort.empty()) {
         collected_.push_back(item);
-        ++found_;
         continue;
       }
-      std::string line = options_.json ? item.serialised() : item.path;
-      line += '\n';
-      std::fwrite(line.data(), 1, line.size(), stdout);
+      if (options_.limit > 0 && found_ >= options_.limit) break;
+      if (!writer_.write(lineFor(item))) break;
       ++found_;
     }
     // A terminal sees each line at once; a pipe gets whole buffers, flushed
     // at least every tick, so a long result list costs few writes.
-    if (stdoutIsTerminal_) std::fflush(stdout);
-    if (options_.limit > 0 && found_ >= options_.limit && manager_) manager_->stop();
+    if (stdoutIsTerminal_) writer_.flush();
+    if (writer_.failed() && manager_) manager_->stop();
+    if (options_.limit > 0 && options_.sort.empty() && found_ >= options_.limit && manager_) manager_->stop();
   }
 
   void searchManagerHasFinishedAllSearches(const QueryContainer&) override {
@@ -145,8 +185,8 @@ class TerminalSearch final : public SearchManagerDelegate {
   std::function<void()> beforeFinish;
 
   void tick() {
-    std::fflush(stdout);
-    if (interrupted && manager_ && !stopping_) {
+    writer_.flush();
+    if (manager_ && !stopping_ && (interruptedBy != 0 || writer_.failed())) {
       stopping_ = true;
       manager_->stop();
     }
@@ -154,7 +194,8 @@ class TerminalSearch final : public SearchManagerDelegate {
     std::int64_t folders = 0;
     for (const auto& source : manager_->allDataSources())
       if (auto* crawl = dynamic_cast<FileSystemSearch*>(source.get())) folders += crawl->numberOfDirecoriesSearched();
-    std::string text = progressText(found_, manager_->numberOfFilesSearched(), folders, manager_->numberOfItemsInQueue());
+    std::int64_t shown = options_.sort.empty() ? found_ : static_cast<std::int64_t>(collected_.size());
+    std::string text = progressText(shown, manager_->numberOfFilesSearched(), folders, manager_->numberOfItemsInQueue());
     std::fprintf(stderr, "\r\033[K%s", text.c_str());
     std::fflush(stderr);
   }
@@ -163,28 +204,62 @@ class TerminalSearch final : public SearchManagerDelegate {
     if (finished_) return;
     finished_ = true;
     if (auto column = columnFromString(options_.sort)) {
-      for (const auto& item : sortedSearchResults(collected_, *column, options_.reverse)) {
-        std::string line = (options_.json ? item.serialised() : item.path) + '\n';
-        std::fwrite(line.data(), 1, line.size(), stdout);
+      for (const auto& item : sortedSearchResults(collected_, *column, options_.reverse, sortOptions_)) {
+        if (options_.limit > 0 && found_ >= options_.limit) break;
+        if (!writer_.write(lineFor(item))) break;
+        ++found_;
       }
     }
-    std::fflush(stdout);
+    writer_.flush();
     if (live_) std::fputs("\r\033[K", stderr);
-    std::fprintf(stderr, "%s. Search complete.\n", countText(found_).c_str());
+    if (writer_.failed()) {
+      std::fprintf(stderr, "velmora: cannot write the results: %s\n", std::strerror(writer_.error()));
+    } else if (int signal = interruptedBy.load()) {
+      std::fprintf(stderr, "%s. Search stopped (%s).\n", countText(found_).c_str(),
+                   signal == SIGINT ? "interrupted" : "terminated");
+    } else {
+      std::fprintf(stderr, "%s. Search complete.\n", countText(found_).c_str());
+    }
     MainQueue::stop();
+  }
+
+  // What the shell expects of the process: 128 plus a stopping signal, 2
+  // when the results could not all be written, else whether any was found.
+  int exitCode() const {
+    if (writer_.failed()) return 2;
+    if (int signal = interruptedBy.load()) return 128 + signal;
+    return found_ > 0 ? 0 : 1;
   }
 
   std::shared_ptr<SearchManager> manager_;
   std::int64_t found() const { return found_; }
 
  private:
+  // Plain output keeps a name's own bytes, as `find` prints them, so that
+  // the line can be handed to other programs; a terminal gets them with
+  // control characters made visible. JSON text must be UTF-8: a path that
+  // is not is given in the escaped form of JSONText and marked so.
+  std::string lineFor(const SearchResult& item) const {
+    if (options_.json) {
+      if (!JSONText::needsEscaping(item.path)) return item.serialised() + '\n';
+      auto json = item.toJSON();
+      json["path"] = JSONText::escaped(item.path);
+      json["pathEscaped"] = true;
+      return JSONText::dump(json) + '\n';
+    }
+    if (stdoutIsTerminal_) return TerminalText::escaped(item.path) + '\n';
+    return item.path + '\n';
+  }
+
   const Options& options_;
+  SortOptions sortOptions_;
   bool live_;
   bool stdoutIsTerminal_;
   bool stopping_ = false;
   bool finished_ = false;
   std::int64_t found_ = 0;
   std::vector<SearchResult> collected_;
+  ResultWriter writer_;
 };
 
 std::string absoluteFolder(const std::string& text) {
@@ -195,6 +270,12 @@ std::string absoluteFolder(const std::string& text) {
 }
 
 int runSearch(const Options& options) {
+  // With standard output closed, the next file opened would take its
+  // place and receive the results.
+  if (::fcntl(STDOUT_FILENO, F_GETFD) == -1) {
+    std::fprintf(stderr, "velmora: cannot write the results: standard output is closed\n");
+    return 2;
+  }
   FSUtilities& fs = FSUtilities::shared();
   bool insideSystem = options.system;
   std::optional<SearchLocation> location;
@@ -210,6 +291,10 @@ int runSearch(const Options& options) {
         std::fprintf(stderr, "velmora: %s: not a folder\n", folder.c_str());
         return 2;
       }
+      // Searched all the same (others may be readable below it), but the
+      // user is told why it yields nothing.
+      if (::access(folder.c_str(), R_OK | X_OK) != 0)
+        std::fprintf(stderr, "velmora: %s: cannot be read: %s\n", folder.c_str(), std::strerror(errno));
       std::string url = absoluteFolder(folder);
       // As the location menu does: a folder the user points at inside a
       // system folder, or an invisible one, is searched all the same.
@@ -218,28 +303,30 @@ int runSearch(const Options& options) {
     }
     location = SearchLocation::fromURLs(urls, {});
   } else if (options.allDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::allDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::allDisks, DiskInfoManager::shared().volumes());
   } else if (options.localDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::localDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::localDisks, DiskInfoManager::shared().volumes());
   } else if (options.networkDisks) {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::networkDisks);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::networkDisks, DiskInfoManager::shared().volumes());
   } else {
-    location = SearchLocation::fromPreset(SearchLocationURLSet::home);
+    location = SearchLocation::fromPreset(SearchLocationURLSet::home, DiskInfoManager::shared().volumes());
   }
 
   IgnoreItems::installQueryIgnoreList();
   std::string text;
   for (const auto& word : options.words) text += (text.empty() ? "" : " ") + word;
-  QueryContainer query(text, location, options.soundex);
+  QueryContainer query(text, location, options.soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
 
-  SearchManagerEnvironment environment;
+  SearchManagerEnvironment environment = SearchSources::standardEnvironment();
   QuickPauseScheduler scheduler;
   environment.scheduler = &scheduler;
   // Lives until the main loop has ended; drained before the final line.
   static CoalescingMainQueue mainQueue;
   environment.mainQueue = [](std::function<void()> task) { mainQueue.post(std::move(task)); };
 
-  auto terminal = std::make_shared<TerminalSearch>(options);
+  // The window's order: its promotion preferences and the query's words.
+  auto sortOptions = SortOptions::fromPreferences(QueryWindowContentController::queryWords(query));
+  auto terminal = std::make_shared<TerminalSearch>(options, std::move(sortOptions));
   auto manager = SearchManager::make(terminal, insideSystem, std::move(environment));
   terminal->manager_ = manager;
   terminal->beforeFinish = [] { mainQueue.drain(); };
@@ -247,6 +334,8 @@ int runSearch(const Options& options) {
   struct sigaction action {};
   action.sa_handler = onInterrupt;
   sigemptyset(&action.sa_mask);
+  // A write to a full pipe resumes after the signal instead of failing.
+  action.sa_flags = SA_RESTART;
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
 
@@ -257,15 +346,42 @@ int runSearch(const Options& options) {
   ticker.cancel();
   manager->waitUntilDone();
   terminal->manager_.reset();
-  return terminal->found() > 0 ? 0 : 1;
+  return terminal->exitCode();
+}
+
+// The query's pieces in the order they stand on the command line.
+std::vector<std::string> inTypedOrder(const std::vector<std::string>& plain, const std::vector<std::string>& extras,
+                                      const std::vector<std::string>& arguments) {
+  std::vector<std::pair<std::size_t, std::string>> placed;
+  std::vector<bool> used(arguments.size(), false);
+  auto place = [&](const std::string& word) {
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+      if (!used[i] && arguments[i] == word) {
+        used[i] = true;
+        placed.emplace_back(i, word);
+        return;
+      }
+    placed.emplace_back(arguments.size(), word);
+  };
+  for (const auto& word : plain) place(word);
+  for (const auto& word : extras) place(word);
+  std::stable_sort(placed.begin(), placed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::string> ordered;
+  for (auto& [index, word] : placed) ordered.push_back(std::move(word));
+  return ordered;
 }
 
 const bool registered = registerCli(10, [](CLI::App& root, CliContext& context) {
   auto options = std::make_shared<Options>();
   CLI::App* search = root.add_subcommand("search", "Find files and folders by name while the disks are walked");
-  search->add_option("query", options->words, "query text: words to find in names, then ':' and commands")
-      ->required();
-  search->add_option("--in", options->folders, "search inside this folder (repeatable)");
+  // The query is every argument that is no option of ours, in order: a query
+  // may begin with "-" (a negative word, "-draft report"), before or after
+  // the options; after "--" everything is query. Unknown "--" options are
+  // still usage errors, so a typo is never searched for.
+  search->allow_extras();
+  search->footer("QUERY: words to find in names, then ':' and commands, e.g. \"report budget : modified today\"\n"
+                 "or \"-draft report\" (names with report but not draft); after -- every argument is query text");
+  search->add_option("--in", options->folders, "search inside this folder (repeatable)")->allow_extra_args(false);
   auto* home = search->add_flag("--home", options->home, "search the home folder (the default)");
   auto* all = search->add_flag("--all-disks", options->allDisks, "search every mounted disk");
   auto* local = search->add_flag("--local-disks", options->localDisks, "search the local disks");
@@ -277,11 +393,24 @@ const bool registered = registerCli(10, [](CLI::App& root, CliContext& context) 
   search->add_flag("--system", options->system, "also look inside system folders and invisible items");
   search->add_flag("--soundex", options->soundex, "match names that sound like the words");
   search->add_flag("--json", options->json, "one JSON object per result");
-  search->add_option("--limit", options->limit, "stop after N results")->check(CLI::NonNegativeNumber);
+  search->add_option("--limit", options->limit, "at most N results (after --sort); 0: no limit")->check(CLI::NonNegativeNumber);
   search->add_option("--sort", options->sort, "print once at the end, sorted by this column")
       ->check(CLI::IsMember({"name", "size", "modDate", "created", "kind", "inside", "path"}));
   search->add_flag("--reverse", options->reverse, "with --sort: the other way round");
-  search->callback([options, &context] {
+  search->add_option("QUERY", options->words, "the query")->expected(0, -1);
+  search->callback([options, &context, search] {
+    // Words the parser took as unknown options ("-draft") join the plain
+    // ones in the order they were typed.
+    std::vector<std::string> extras;
+    for (const auto& word : search->remaining()) {
+      if (word.size() > 2 && word.starts_with("--") && word.find(' ') == std::string::npos)
+        throw CLI::ExtrasError({word});
+      extras.push_back(word);
+    }
+    if (!extras.empty()) options->words = inTypedOrder(options->words, extras, context.arguments);
+    options->words.insert(options->words.end(), context.afterDashes.begin(), context.afterDashes.end());
+    context.afterDashesTaken = true;
+    if (options->words.empty()) throw CLI::RequiredError("QUERY");
     if (options->reverse && options->sort.empty()) options->sort = "name";
     context.exitCode = runSearch(*options);
   });

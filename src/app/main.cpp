@@ -1,6 +1,9 @@
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <string_view>
+#include <vector>
 #include <iostream>
 
 #include "app/CliRegistry.h"
@@ -24,6 +27,15 @@ int main(int argc, char** argv) {
   root.require_subcommand(0, 1);
 
   app::CliContext context;
+  context.arguments.assign(argv + 1, argv + argc);
+  // The parser would hand what follows "--" to the root command, which takes
+  // no words; the subcommands that take free text (a query) read it here.
+  std::vector<char*> args(argv, argv + argc);
+  auto dashes = std::find_if(args.begin() + 1, args.end(), [](const char* a) { return std::string_view(a) == "--"; });
+  if (dashes != args.end()) {
+    context.afterDashes.assign(dashes + 1, args.end());
+    args.erase(dashes, args.end());
+  }
   for (auto& [order, install] : app::registeredClis()) install(root, context);
 
   root.parse_complete_callback([&] {
@@ -32,7 +44,8 @@ int main(int argc, char** argv) {
     Logger::shared().setEcho(logToStandardError);
   });
   try {
-    root.parse(argc, argv);
+    root.parse(int(args.size()), args.data());
+    if (!context.afterDashes.empty() && !context.afterDashesTaken) throw CLI::ExtrasError(context.afterDashes);
   } catch (const CLI::ParseError& e) {
     int code = root.exit(e);
     // Usage errors exit 2, as grep does; --help and --version exit 0.

@@ -33,7 +33,8 @@ std::string displayName(const std::filesystem::path& path) {
   while (text.size() > 1 && text.back() == '/') text.pop_back();
   if (text == "/") return text;
   auto slash = text.rfind('/');
-  return slash == std::string::npos ? text : text.substr(slash + 1);
+  // A name's bytes are kept for system calls; what is shown must be text.
+  return repairedUTF8(slash == std::string::npos ? text : std::string_view(text).substr(slash + 1));
 }
 
 std::string displayPath(const std::filesystem::path& path) {
@@ -42,8 +43,8 @@ std::string displayPath(const std::filesystem::path& path) {
   while (home.size() > 1 && home.back() == '/') home.pop_back();
   if (home.size() > 1 && text.rfind(home, 0) == 0 &&
       (text.size() == home.size() || text[home.size()] == '/'))
-    return "~" + text.substr(home.size());
-  return text;
+    return "~" + repairedUTF8(std::string_view(text).substr(home.size()));
+  return repairedUTF8(text);
 }
 
 

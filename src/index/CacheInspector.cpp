@@ -15,6 +15,7 @@
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
+#include "common/JSONText.h"
 #include "index/ContentIndex.h"
 #include "index/store/IndexKeys.h"
 #include "index/store/LMDBError.h"
@@ -256,7 +257,7 @@ std::string CacheInspector::toJSON(const CacheInspection& r) {
   for (const auto& record : r.badRecords)
     bad.push_back(ordered_json{{"key", record.key}, {"value", record.valueHex}, {"reason", record.reason}});
   json["badRecords"] = std::move(bad);
-  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  return JSONText::dump(json, 2) + "\n";
 }
 
 std::optional<CacheInspection> CacheInspector::fromJSON(std::string_view text) {

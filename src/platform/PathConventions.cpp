@@ -67,6 +67,8 @@ PathConventions PathConventions::linux() {
                            "/lib64", "/libx32", "/lost+found", "/proc", "/run", "/sbin",
                            "/snap", "/sys",  "/tmp", "/usr",  "/var"};
   c.osDirectoryExact = {"/", "/media", "/mnt"};
+  c.systemVolumeFolders = {"/bin", "/boot", "/efi", "/etc", "/lib", "/lib32", "/lib64", "/libx32",
+                           "/sbin", "/snap", "/usr", "/var"};
   c.crawlSkipsOtherMounts = true;
   c.crawlSkipOnRoot = {"/proc", "/sys", "/dev", "/run"};
   c.crawlSkipIncludes = {"/Backups.backupdb"};
@@ -101,6 +103,33 @@ bool PathConventions::isInsideOSDirectory(std::string_view path) const {
   for (const auto& exception : homeLibraryExceptions)
     if (startsWith(rest, homeLibraryFolder + exception)) return false;
   return startsWith(rest, homeLibraryFolder);
+}
+
+bool PathConventions::isInsideOSDirectory(std::string_view path,
+                                          const std::vector<std::string>& userVolumeRoots) const {
+  const std::string* holder = nullptr;
+  for (const auto& root : userVolumeRoots)
+    if (pathIsAtOrBelow(path, root) && (!holder || root.size() > holder->size())) holder = &root;
+  if (!holder) return isInsideOSDirectory(path);
+  std::string_view within = path.substr(holder->size());
+  if (within.empty() || within == "/") return false;
+  return isInsideOSDirectory(within);
+}
+
+std::vector<std::string> PathConventions::userVolumeRootsInsideOSDirectories(const VolumeTable& volumes) const {
+  std::vector<std::string> roots;
+  // Where volumes have a folder of their own ("/Volumes/"), the plain rules
+  // already judge a disk by its part within.
+  if (!volumesPrefix.empty()) return roots;
+  for (const auto& volume : volumes.volumes()) {
+    if (!volume.isBrowsable || volume.mountPoint == "/") continue;
+    if (!isInsideOSDirectory(volume.mountPoint)) continue;
+    bool system = false;
+    for (const auto& folder : systemVolumeFolders)
+      if (pathIsAtOrBelow(volume.mountPoint, folder)) system = true;
+    if (!system) roots.push_back(volume.mountPoint);
+  }
+  return roots;
 }
 
 std::string PathConventions::correctRootBasedPath(std::string_view path) const {

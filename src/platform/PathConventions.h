@@ -54,8 +54,21 @@ struct PathConventions {
   // The conventions the program runs with (Linux).
   static const PathConventions& current();
 
+  // Folders whose volumes belong to the system's own layout ("/boot/efi", a
+  // "/var" partition). A volume mounted anywhere else inside a system folder
+  // ("/run/media/<user>/<disk>") is the user's disk.
+  std::vector<std::string> systemVolumeFolders;
+
   // Pure string rules.
   bool isInsideOSDirectory(std::string_view path) const;
+  // As above, where `userVolumeRoots` are the mount points of the user's
+  // disks that lie inside system folders: such a mount point is no system
+  // folder, and a path on that disk is judged by its part within the disk,
+  // as "/Volumes/<disk>/..." is.
+  bool isInsideOSDirectory(std::string_view path, const std::vector<std::string>& userVolumeRoots) const;
+  // Mount points of real volumes that the rules above would take for
+  // system folders though they are the user's disks.
+  std::vector<std::string> userVolumeRootsInsideOSDirectories(const VolumeTable& volumes) const;
   std::string correctRootBasedPath(std::string_view path) const;
   std::vector<std::string> fixBootVolumeURLs(const std::vector<std::string>& urls) const;
   std::vector<std::string> namedBootVolumeURLsToSlashRoot(const std::vector<std::string>& urls) const;

@@ -44,6 +44,8 @@ class Command {
   virtual void commandImpQuerySearchArguments(QuerySearchArguments& /*arguments*/) const {}
   // True: the standard word-based sources do not run for this query.
   virtual bool commandStopsWordBasedSearches() const { return false; }
+  // True: the command reads the text inside files (content search).
+  virtual bool commandReadsFileContents() const { return false; }
   // True: the command only narrows results and is no reason to search.
   virtual bool commandIsOnlyAFilter() const { return false; }
   // Data sources this command brings along.
@@ -56,9 +58,6 @@ class Command {
 
   // The class name without namespace ("DateCommand"); the dynamic type.
   std::string typeName() const;
-  // Whether the dynamic type's class name (without namespace) is `name`;
-  // cheap enough for every name test of a crawl.
-  bool isOfTypeNamed(std::string_view name) const;
   // By default the type name and the command text.
   virtual std::string debugDescription() const;
 

@@ -34,10 +34,16 @@ namespace velmora {
 
 namespace {
 
-using Words = std::vector<SentenceComponent>;
+using Words = LanguageParse::Words;
 using Result = std::optional<VariableParserResult>;
 
 Result one(std::any value) { return VariableParserResult{std::move(value), 1}; }
+
+// Most parsers read only the words.
+template <typename Parser>
+LanguageParse::VariableParser ignoringSettings(Parser parser) {
+  return [parser](Words words, const QuerySettings&) { return parser(words); };
+}
 
 // ---- the factory table -------------------------------------------------
 
@@ -217,7 +223,7 @@ Result parseContentSearchFlags(const Words& words) {
 
 Result parseVarArg(const Words& words) {
   if (words.empty()) return std::nullopt;
-  return VariableParserResult{words, int(words.size())};
+  return VariableParserResult{std::vector<SentenceComponent>(words.begin(), words.end()), int(words.size())};
 }
 
 std::optional<std::string> monthCompletor(const Words& words) {
@@ -244,23 +250,23 @@ std::optional<std::string> tagCompletor(const Words& words) {
 
 LanguageParse::LanguageParse() {
   variableParsers = {
-      {"~string", parseString},
-      {"~uti", UTICommandFactory::utiVariable},
-      {"~remembered", KnownDirectoriesFactory::rememberedVariable},
-      {"~month", parseMonth},
-      {"~year", [](const Words& w) { return parseIntegerIn(w, 1970, 3000); }},
-      {"~day", [](const Words& w) { return parseIntegerIn(w, 1, 32); }},
-      {"~timeUnit", parseTimeUnit},
-      {"~formattedDate", parseFormattedDate},
-      {"~fixedNamedTimeRange", parseFixedNamedTimeRange},
-      {"~file size", SizeCommandFactory::fileSize},
-      {"~extension", parseExtension},
-      {"~dateType", parseDateType},
-      {"~integer", parseInteger},
-      {"~regexVariable", parseRegex},
-      {"~scriptName", [](const Words& w) { return ScriptCommandFactory::scriptName(w); }},
-      {"~contentSearchFlags", parseContentSearchFlags},
-      {"~varArg", parseVarArg},
+      {"~string", ignoringSettings(parseString)},
+      {"~uti", ignoringSettings(UTICommandFactory::utiVariable)},
+      {"~remembered", [](Words w, const QuerySettings& settings) { return KnownDirectoriesFactory::rememberedVariable(w, settings.rememberedFolders); }},
+      {"~month", ignoringSettings(parseMonth)},
+      {"~year", ignoringSettings([](const Words& w) { return parseIntegerIn(w, 1970, 3000); })},
+      {"~day", ignoringSettings([](const Words& w) { return parseIntegerIn(w, 1, 32); })},
+      {"~timeUnit", ignoringSettings(parseTimeUnit)},
+      {"~formattedDate", ignoringSettings(parseFormattedDate)},
+      {"~fixedNamedTimeRange", ignoringSettings(parseFixedNamedTimeRange)},
+      {"~file size", ignoringSettings(SizeCommandFactory::fileSize)},
+      {"~extension", ignoringSettings(parseExtension)},
+      {"~dateType", ignoringSettings(parseDateType)},
+      {"~integer", ignoringSettings(parseInteger)},
+      {"~regexVariable", ignoringSettings(parseRegex)},
+      {"~scriptName", ignoringSettings([](const Words& w) { return ScriptCommandFactory::scriptName(w); })},
+      {"~contentSearchFlags", ignoringSettings(parseContentSearchFlags)},
+      {"~varArg", ignoringSettings(parseVarArg)},
   };
   variableCompletors = {
       {"~utiCompletor", UTICommandFactory::utiCompletor},
@@ -269,6 +275,35 @@ LanguageParse::LanguageParse() {
       {"~scriptName", ScriptCommandFactory::scriptNameCompletor},
       {"~tagCompletor", tagCompletor},
   };
+  buildIndex();
+}
+
+void LanguageParse::buildIndex() {
+  index_ = {};
+  for (const SentenceTemplate& t : templates()) {
+    CompiledTemplate compiled{&t, {}};
+    for (const std::string& key : t.keys) {
+      auto parser = SentenceTemplate::isVariable(key) ? variableParsers.find(key) : variableParsers.end();
+      compiled.parsers.push_back(parser == variableParsers.end() ? nullptr : &parser->second);
+    }
+    const std::size_t at = index_.compiled.size();
+    if (t.words.empty() || compiled.parsers[0])
+      index_.variableFirst.push_back(at);
+    else
+      index_.byFirstWord[t.words[0]].push_back(at);
+    index_.compiled.push_back(std::move(compiled));
+  }
+  // Each word's list merges its own templates with the variable-first ones,
+  // in file order (ties go to the earlier template).
+  for (auto& [word, list] : index_.byFirstWord) {
+    list.insert(list.end(), index_.variableFirst.begin(), index_.variableFirst.end());
+    std::sort(list.begin(), list.end());
+  }
+}
+
+const std::vector<std::size_t>& LanguageParse::candidatesStartingWith(const std::string& word) const {
+  auto found = index_.byFirstWord.find(word);
+  return found == index_.byFirstWord.end() ? index_.variableFirst : found->second;
 }
 
 const std::vector<std::shared_ptr<CommandFactory>>& LanguageParse::factories() {
@@ -303,38 +338,32 @@ const std::vector<SentenceTemplate>& LanguageParse::templates() const {
 
 void LanguageParse::useTemplates(std::shared_ptr<const std::vector<SentenceTemplate>> templates) {
   templates_ = std::move(templates);
+  buildIndex();
 }
 
-std::optional<MatchedSentenceTemplate> LanguageParse::match(const std::vector<SentenceComponent>& inputWords,
-                                                            std::vector<SentenceComponent>& parts) const {
+std::optional<MatchedSentenceTemplate> LanguageParse::match(Words inputWords, const QuerySettings& settings,
+                                                            std::size_t& recognisedCount) const {
   const std::size_t n = inputWords.size();
-  // The words from each offset on, made once per call, and each variable
-  // parser's answer at each offset: many templates start alike.
-  std::vector<std::optional<Words>> tails(n + 1);
-  auto tail = [&](std::size_t offset) -> const Words& {
-    if (!tails[offset]) tails[offset] = Words(inputWords.begin() + std::ptrdiff_t(offset), inputWords.end());
-    return *tails[offset];
-  };
-  std::map<std::pair<std::string, std::size_t>, Result> memo;
-  auto addPart = [&](const SentenceComponent& c) {
-    if (!containsComponent(parts, c)) parts.push_back(c);
-  };
+  // Each variable parser's answer at each offset: many templates start alike.
+  std::map<std::pair<const VariableParser*, std::size_t>, Result> memo;
+  recognisedCount = 0;
 
   const SentenceTemplate* best = nullptr;
   std::vector<std::any> bestArgs;
-  for (const SentenceTemplate& t : templates()) {
+  if (n == 0) return std::nullopt;
+  for (std::size_t candidate : candidatesStartingWith(inputWords[0].textLowered)) {
+    const SentenceTemplate& t = *index_.compiled[candidate].sentence;
+    const auto& parsers = index_.compiled[candidate].parsers;
     std::size_t offset = 0;
     std::size_t next = 0;  // the first word of the template still to match
     std::vector<std::any> args;
     while (next < t.words.size()) {
       if (offset >= n) break;
-      const std::string& key = t.keys[next];
       std::size_t consumed = 1;
-      auto parser = SentenceTemplate::isVariable(key) ? variableParsers.find(key) : variableParsers.end();
-      if (parser != variableParsers.end()) {
-        auto memoKey = std::make_pair(key, offset);
+      if (const VariableParser* parser = parsers[next]) {
+        auto memoKey = std::make_pair(parser, offset);
         auto cached = memo.find(memoKey);
-        if (cached == memo.end()) cached = memo.emplace(memoKey, parser->second(tail(offset))).first;
+        if (cached == memo.end()) cached = memo.emplace(memoKey, (*parser)(inputWords.subspan(offset), settings)).first;
         const Result& parsed = cached->second;
         if (!parsed) break;
         if (parsed->value.has_value()) args.push_back(parsed->value);
@@ -343,9 +372,10 @@ std::optional<MatchedSentenceTemplate> LanguageParse::match(const std::vector<Se
         break;
       }
       // Words of attempts that fail later still count as recognised: a
-      // half-typed command is shown as such.
-      for (std::size_t i = 0; i < consumed; ++i) addPart(inputWords[offset + i]);
+      // half-typed command is shown as such. Attempts all start at the head,
+      // so what they recognised is always a run of words from the head.
       offset += consumed;
+      recognisedCount = std::max(recognisedCount, offset);
       ++next;
     }
     const bool complete = next == t.words.size();
@@ -362,14 +392,16 @@ std::optional<MatchedSentenceTemplate> LanguageParse::match(const std::vector<Se
   return MatchedSentenceTemplate{*best, std::move(bestArgs)};
 }
 
-std::optional<MatchedSentenceTemplate> LanguageParse::bestMatch(const std::vector<SentenceComponent>& inputWords) const {
-  std::vector<SentenceComponent> parts;
-  return match(inputWords, parts);
+std::optional<MatchedSentenceTemplate> LanguageParse::bestMatch(Words inputWords, const QuerySettings& settings) const {
+  std::size_t recognised = 0;
+  return match(inputWords, settings, recognised);
 }
 
-CommandRecogniserResult LanguageParse::doesMatch(const std::vector<SentenceComponent>& inputWords) const {
+CommandRecogniserResult LanguageParse::doesMatch(Words inputWords, const QuerySettings& settings,
+                                                 std::size_t& recognisedCount) const {
   CommandRecogniserResult result;
-  auto best = match(inputWords, result.recognisedParts);
+  auto best = match(inputWords, settings, recognisedCount);
+  result.recognisedParts.assign(inputWords.begin(), inputWords.begin() + std::ptrdiff_t(recognisedCount));
   if (!best) return result;
   auto factory = findFactory(best->sentenceTemplate.command);
   if (!factory) return result;
@@ -380,20 +412,17 @@ CommandRecogniserResult LanguageParse::doesMatch(const std::vector<SentenceCompo
   return result;
 }
 
-std::optional<CommandRecogniserResult> LanguageParse::allMatches(const std::vector<SentenceComponent>& inputWords) const {
+std::optional<CommandRecogniserResult> LanguageParse::allMatches(const std::vector<SentenceComponent>& inputWords,
+                                                                 const QuerySettings& settings) const {
   CommandRecogniserResult all;
-  std::vector<SentenceComponent> remaining = inputWords;
+  Words remaining(inputWords);
   while (!remaining.empty()) {
-    SentenceComponent first = remaining.front();
-    CommandRecogniserResult found = doesMatch(remaining);
+    std::size_t recognised = 0;
+    CommandRecogniserResult found = doesMatch(remaining, settings, recognised);
     all.commands.insert(all.commands.end(), found.commands.begin(), found.commands.end());
-    for (const SentenceComponent& part : found.recognisedParts)
-      if (!containsComponent(all.recognisedParts, part)) all.recognisedParts.push_back(part);
-    std::erase_if(remaining, [&](const SentenceComponent& w) { return containsComponent(found.recognisedParts, w); });
-    if (!containsComponent(found.recognisedParts, first)) {
-      auto it = std::find(remaining.begin(), remaining.end(), first);
-      if (it != remaining.end()) remaining.erase(it);
-    }
+    all.recognisedParts.insert(all.recognisedParts.end(), found.recognisedParts.begin(), found.recognisedParts.end());
+    // A word that starts no command is skipped.
+    remaining = remaining.subspan(std::max<std::size_t>(recognised, 1));
   }
   return all;
 }

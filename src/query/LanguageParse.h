@@ -4,12 +4,15 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "query/CommandFactory.h"
 #include "query/CommandRecogniserResult.h"
+#include "query/QuerySettings.h"
 #include "query/SentenceComponent.h"
 #include "query/SentenceTemplate.h"
 
@@ -28,8 +31,10 @@ struct VariableParserResult {
 // ("~string", "~integer", ...) and the completors of the auto-completion.
 class LanguageParse {
  public:
-  using VariableParser =
-      std::function<std::optional<VariableParserResult>(const std::vector<SentenceComponent>& words)>;
+  // The words from the parser's position to the end of the command area, and
+  // the settings of the query being parsed.
+  using Words = std::span<const SentenceComponent>;
+  using VariableParser = std::function<std::optional<VariableParserResult>(Words words, const QuerySettings& settings)>;
   using VariableCompletor =
       std::function<std::optional<std::string>(const std::vector<SentenceComponent>& words)>;
 
@@ -40,11 +45,14 @@ class LanguageParse {
 
   // All commands in the words, in the order of their first words, with every
   // recognised word. Words that start no command are skipped.
-  std::optional<CommandRecogniserResult> allMatches(const std::vector<SentenceComponent>& inputWords) const;
+  // Each word is looked at by a bounded number of template attempts, so the
+  // time grows with the number of words, not with its square.
+  std::optional<CommandRecogniserResult> allMatches(const std::vector<SentenceComponent>& inputWords,
+                                                    const QuerySettings& settings = {}) const;
 
   // The template that wins at the head of the words, with its arguments:
   // the first complete match with the most words.
-  std::optional<MatchedSentenceTemplate> bestMatch(const std::vector<SentenceComponent>& inputWords) const;
+  std::optional<MatchedSentenceTemplate> bestMatch(Words inputWords, const QuerySettings& settings = {}) const;
 
   // The templates in use: the embedded file, unless replaced (tests, tools).
   const std::vector<SentenceTemplate>& templates() const;
@@ -62,11 +70,31 @@ class LanguageParse {
  private:
   // The one command at the head of the words (if any) and the words that
   // template attempts recognised.
-  CommandRecogniserResult doesMatch(const std::vector<SentenceComponent>& inputWords) const;
-  std::optional<MatchedSentenceTemplate> match(const std::vector<SentenceComponent>& inputWords,
-                                               std::vector<SentenceComponent>& parts) const;
+  // `recognisedCount` is how many words from the head any template attempt
+  // recognised.
+  CommandRecogniserResult doesMatch(Words inputWords, const QuerySettings& settings,
+                                    std::size_t& recognisedCount) const;
+  std::optional<MatchedSentenceTemplate> match(Words inputWords, const QuerySettings& settings,
+                                               std::size_t& recognisedCount) const;
+
+  // The templates that can start at a word, in template order: those whose
+  // first word is that word, and those that start with a variable. Keeps the
+  // parse of a long command area from trying every template at every word.
+  struct CompiledTemplate {
+    const SentenceTemplate* sentence = nullptr;
+    // The parser of each word, or null for a word matched literally.
+    std::vector<const VariableParser*> parsers;
+  };
+  struct TemplateIndex {
+    std::vector<CompiledTemplate> compiled;  // in file order
+    std::unordered_map<std::string, std::vector<std::size_t>> byFirstWord;
+    std::vector<std::size_t> variableFirst;
+  };
+  void buildIndex();
+  const std::vector<std::size_t>& candidatesStartingWith(const std::string& word) const;
 
   std::shared_ptr<const std::vector<SentenceTemplate>> templates_;
+  TemplateIndex index_;
 };
 
 }  // namespace velmora

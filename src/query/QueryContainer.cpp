@@ -4,16 +4,18 @@
 
 #include <algorithm>
 #include <mutex>
+#include <unordered_map>
 
 #include "query/LanguageParse.h"
 #include "query/NameMatching.h"
 #include "query/Soundex.h"
 #include "query/TextCharacters.h"
+#include "query/commands/CaseSensitive.h"
 #include "query/commands/NotIncludingWords.h"
+#include "query/commands/WholeWords.h"
 #include "query/commands/WildcardWords.h"
-#include "search/SearchDataSource.h"
-#include "search/SearchResult.h"
-#include "stores/PreferenceStore.h"
+#include "model/SearchDataSource.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 
@@ -37,14 +39,20 @@ std::shared_ptr<const QueryIgnoreList> freshIgnoreList() {
   return maker ? maker() : nullptr;
 }
 
-bool showAppsFoundAnywhere() { return PreferenceStore::shared().boolForKey("showAppsFoundAnywhere"); }
-
+// A pasted page after a colon has tens of thousands of words: look-ups
+// go through a hash set, never a scan.
 std::vector<SentenceComponent> without(const std::vector<SentenceComponent>& words,
                                        const std::vector<SentenceComponent>& leaveOut) {
-  std::vector<SentenceComponent> out;
-  for (const auto& w : words)
-    if (!containsComponent(leaveOut, w)) out.push_back(w);
-  return out;
+  // Words of one query differ in their positions.
+  std::unordered_map<int, const SentenceComponent*> out;
+  out.reserve(leaveOut.size());
+  for (const auto& w : leaveOut) out.emplace(w.position.lowerBound, &w);
+  std::vector<SentenceComponent> kept;
+  for (const auto& w : words) {
+    auto found = out.find(w.position.lowerBound);
+    if (found == out.end() || !(*found->second == w)) kept.push_back(w);
+  }
+  return kept;
 }
 
 // The operator "OR": capitals, typed bare in the word area.
@@ -68,18 +76,19 @@ void QueryContainer::setIgnoreListMaker(IgnoreListMaker maker) {
   ignoreListMaker() = std::move(maker);
 }
 
-QueryContainer::QueryContainer() : showAppsFromAnywhere(showAppsFoundAnywhere()), ignoreList(freshIgnoreList()) {}
+QueryContainer::QueryContainer() : ignoreList(freshIgnoreList()) {}
 
-QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocation> location, bool useSoundex)
+QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocation> location, bool useSoundex,
+                               const QuerySettings& settings)
     : whereLocation(std::move(location)), soundex(useSoundex) {
-  showAppsFromAnywhere = showAppsFoundAnywhere();
+  showAppsFromAnywhere = settings.showAppsFoundAnywhere;
   baseString.reserve(text.size());
   for (char c : text) baseString.push_back(c == '\n' ? ' ' : c);
   baseStringLowercase = plainLowercase(baseString);
   ignoreList = freshIgnoreList();
 
   allWords = SentenceComponent::parseWords(baseString);
-  parseCommands();
+  parseCommands(settings);
 
   auto areaStart = std::find_if(allWords.begin(), allWords.end(), [](auto& w) { return w.isAfterAColon; });
   std::vector<SentenceComponent> commandArea(areaStart, allWords.end());
@@ -87,8 +96,7 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
 
   std::vector<SentenceComponent> consumed;
   for (const auto& command : commandsFoundInQuery)
-    for (const auto& part : command->commandConsumedParts())
-      if (!containsComponent(consumed, part)) consumed.push_back(part);
+    for (const auto& part : command->commandConsumedParts()) consumed.push_back(part);
   invalidCommandAreaWords = without(commandArea, consumed);
 
   searchWordParts = without(allWords, allRecoginsedParts);
@@ -138,7 +146,11 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
     close();
   }
 
-  searchWordsHighlightStrings = findCommand("CaseSensitive") ? searchWordsOriginalCase : searchWords;
+  isCaseSensitive = findCommand<CaseSensitive>() != nullptr;
+  matchesWholeWords = findCommand<WholeWords>() != nullptr;
+  readsFileContents = std::any_of(commandsFoundInQuery.begin(), commandsFoundInQuery.end(),
+                                  [](const auto& command) { return command->commandReadsFileContents(); });
+  searchWordsHighlightStrings = isCaseSensitive ? searchWordsOriginalCase : searchWords;
   for (const auto& command : commandsFoundInQuery) {
     for (auto& extra : command->commandImpExtraSearchStrings()) searchWords.push_back(std::move(extra));
     for (auto& extra : command->commandExtraHighlightStrings())
@@ -151,16 +163,16 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
   for (const auto& word : searchWords) searchWordStringsSoundexValues.push_back(Soundex::value(word));
 }
 
-void QueryContainer::parseCommands() {
+void QueryContainer::parseCommands(const QuerySettings& settings) {
   std::vector<SentenceComponent> commandWords;
   for (const auto& w : allWords)
     if (w.isAfterAColon) commandWords.push_back(w);
   if (commandWords.empty()) return;
-  auto found = langauge().allMatches(commandWords);
+  auto found = langauge().allMatches(commandWords, settings);
   if (!found) return;
   commandsFoundInQuery = found->commands;
-  for (const auto& part : found->recognisedParts)
-    if (!containsComponent(allRecoginsedParts, part)) allRecoginsedParts.push_back(part);
+  // Each word is recognised at most once: the parse moves past what it took.
+  allRecoginsedParts = found->recognisedParts;
 }
 
 std::vector<std::shared_ptr<SearchDataSource>> QueryContainer::suppliedDataSources() const {
@@ -182,12 +194,6 @@ bool QueryContainer::isWordBasedSearch() const {
 
 bool QueryContainer::isORCommandSearch() const {
   return includesORStatement && !searchWordParts.empty() && isOperatorOR(searchWordParts.back());
-}
-
-std::shared_ptr<Command> QueryContainer::findCommand(std::string_view typeName) const {
-  for (const auto& command : commandsFoundInQuery)
-    if (command && command->isOfTypeNamed(typeName)) return command;
-  return nullptr;
 }
 
 bool QueryContainer::isWholeWordsSplitCharacter(char32_t c) {
@@ -243,13 +249,13 @@ bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view nam
     return false;
   }
 
-  const bool caseSensitive = findCommand("CaseSensitive") != nullptr;
+  const bool caseSensitive = isCaseSensitive;
   const std::string subject = caseSensitive ? std::string(name) : NameMatching::localizedLowercase(name);
   const auto& words = caseSensitive ? searchWordsOriginalCase : searchWords;
   const auto& groups = caseSensitive ? orStringGroupsOriginalCase : orStringGroups;
 
   std::vector<std::string> wholeWords;
-  const bool byWholeWords = findCommand("WholeWords") != nullptr;
+  const bool byWholeWords = matchesWholeWords;
   if (byWholeWords) {
     wholeWords = wholeWordsFromFileName(name);
     if (!caseSensitive)

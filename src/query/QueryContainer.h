@@ -9,8 +9,9 @@
 #include "query/Command.h"
 #include "query/QueryIgnoreList.h"
 #include "query/QuerySearchArguments.h"
+#include "query/QuerySettings.h"
 #include "query/SentenceComponent.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 namespace velmora {
 
@@ -43,12 +44,17 @@ class QueryContainer {
   // The empty query.
   QueryContainer();
   QueryContainer(std::string_view text, std::optional<SearchLocation> whereLocation = std::nullopt,
-                 bool soundex = false);
+                 bool soundex = false, const QuerySettings& settings = {});
 
   std::optional<SearchLocation> whereLocation;
   bool soundex = false;
-  // From the preference "showAppsFoundAnywhere".
+  // From the settings' "showAppsFoundAnywhere".
   bool showAppsFromAnywhere = false;
+  // What the name test needs to know of the commands, found once per query.
+  bool isCaseSensitive = false;
+  bool matchesWholeWords = false;
+  // Some command reads the text inside files (the window says so).
+  bool readsFileContents = false;
   // The text with each newline as one blank, and its lowercase.
   std::string baseString;
   std::string baseStringLowercase;
@@ -93,8 +99,6 @@ class QueryContainer {
       if (command && typeid(*command) == typeid(T)) return std::static_pointer_cast<T>(command);
     return nullptr;
   }
-  // The same by the class name without namespace ("CaseSensitive").
-  std::shared_ptr<Command> findCommand(std::string_view typeName) const;
 
   // The name test on a last path component.
   bool fsItemNameStringIncludesWordsFromQuery(std::string_view name) const;
@@ -120,7 +124,7 @@ class QueryContainer {
   std::string debugDescription() const;
 
  private:
-  void parseCommands();
+  void parseCommands(const QuerySettings& settings);
 };
 
 }  // namespace velmora

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "search/FSItemAndAttrs.h"
+#include "model/FSItemAndAttrs.h"
 
 namespace velmora {
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <new>
@@ -62,6 +63,39 @@ bool readAttributes(int directoryFD, const char* name, FSItemAndAttrs& item) {
   return true;
 }
 
+// Opens a folder however deep it lies. A path longer than the kernel takes
+// in one call is opened in pieces, each relative to the descriptor of the
+// one before (openat), so depth has no limit; a path that fits costs the
+// single open it always did.
+int openDirectory(const std::string& directory) {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  if (directory.size() < PATH_MAX) return ::open(directory.empty() ? "/" : directory.c_str(), kFlags);
+  FileDescriptor current(::open("/", kFlags));
+  std::size_t at = 0;
+  while (current.get() >= 0 && at < directory.size()) {
+    while (at < directory.size() && directory[at] == '/') ++at;
+    if (at >= directory.size()) break;
+    // The longest run of whole components that one call accepts.
+    std::size_t end = at + PATH_MAX - 1;
+    if (end >= directory.size()) {
+      end = directory.size();
+    } else {
+      end = directory.rfind('/', end);
+      if (end == std::string::npos || end <= at) {
+        errno = ENAMETOOLONG;
+        return -1;
+      }
+    }
+    std::string piece = directory.substr(at, end - at);
+    int next = ::openat(current.get(), piece.c_str(), kFlags | O_NOFOLLOW);
+    int error = errno;
+    current = FileDescriptor(next);
+    errno = error;
+    at = end;
+  }
+  return current.release();
+}
+
 }  // namespace
 
 DirectoryIterator::DirectoryIterator() : attrBuffer_(new (std::nothrow) unsigned char[attrBufferSize]) {}
@@ -88,7 +122,7 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
   listing.wanted.reserve(128);
 
   std::string directory(path);
-  FileDescriptor fd(::open(directory.empty() ? "/" : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  FileDescriptor fd(openDirectory(directory));
   if (fd.get() < 1) {
     int error = errno;
     if (fd.get() == 0) error = EBADF;
@@ -129,7 +163,9 @@ DirectoryIterator::Listing DirectoryIterator::list(std::string_view path, const 
       // Without a type in the entry, the stat has to come first.
       bool read = type == DT_UNKNOWN;
       if (read && !readAttributes(fd.get(), rawName, item)) continue;
-      item.fullPath.assign(directory).append("/").append(item.name);
+      // The path keeps the name's own bytes: a repaired name would name a
+      // file that does not exist.
+      item.fullPath.assign(directory).append("/").append(raw);
       bool wanted = !options.wantsAttributes || options.wantsAttributes(item);
       if (!wanted && !item.isDirectory && !options.keepUnwantedFiles) continue;
       // An entry gone since it was listed, or replaced by a link or a

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "search/FSItemAndAttrs.h"
+#include "model/FSItemAndAttrs.h"
 
 namespace velmora {
 

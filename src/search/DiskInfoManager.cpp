@@ -48,7 +48,12 @@ DiskInfoManager& DiskInfoManager::shared() {
 }
 
 void DiskInfoManager::buildAll(const VolumeTable& table) {
-  for (const auto& volume : table.volumes()) add(volume.mountPoint, table);
+  std::set<std::string> seen;
+  for (const auto& volume : table.volumes()) {
+    add(volume.mountPoint, table);
+    seen.insert(volume.mountPoint);
+  }
+  seenMountPoints_.access([&](std::set<std::string>& all) { all.insert(seen.begin(), seen.end()); });
 }
 
 void DiskInfoManager::add(const std::string& disk, const VolumeTable& table) {
@@ -81,6 +86,7 @@ std::vector<DiskInfo> DiskInfoManager::volumes() const {
 
 void DiskInfoManager::didMount(const std::string& path, const VolumeTable& table) {
   if (path.empty()) return;
+  seenMountPoints_.access([&](std::set<std::string>& all) { all.insert(path); });
   add(path, table);
   postRebuildLocationPopupNotification();
 }
@@ -89,24 +95,27 @@ void DiskInfoManager::didUnmount(const std::string& path) {
   if (path.empty()) return;
   std::string bare = path;
   while (bare.size() > 1 && bare.back() == '/') bare.pop_back();
+  seenMountPoints_.access([&](std::set<std::string>& all) { all.erase(bare); });
   disks_.access([&](std::vector<DiskInfo>& disks) { std::erase_if(disks, [&](const DiskInfo& d) { return d.url == bare; }); });
   postRebuildLocationPopupNotification();
 }
 
 void DiskInfoManager::startMonitoring() {
   if (monitor_) return;
-  monitor_ = std::make_unique<MountMonitor>([this] { tableChanged(); });
+  monitor_ = std::make_unique<MountMonitor>([this] { tableChanged(fsUtilities_.volumes()); });
 }
 
 bool DiskInfoManager::isMonitoring() const { return monitor_ && monitor_->isWatching(); }
 
-void DiskInfoManager::tableChanged() {
+void DiskInfoManager::tableChanged(const VolumeTable& table) {
   // The monitor says only that the table changed; the difference between the
   // listed mount points and the table's tells what came and went.
-  VolumeTable table = fsUtilities_.volumes();
+  // Mount points that are not listed (pseudo file systems) are remembered
+  // too, so that each mount is told once, listed or not.
+  fsUtilities_.noteVolumes(table);
   std::set<std::string> mounted;
   for (const auto& volume : table.volumes()) mounted.insert(volume.mountPoint);
-  std::set<std::string> known;
+  std::set<std::string> known = seenMountPoints_.value();
   for (const auto& disk : disks_.value()) known.insert(disk.url);
   for (const auto& disk : known)
     if (!mounted.count(disk)) {
@@ -114,10 +123,11 @@ void DiskInfoManager::tableChanged() {
       didUnmount(disk);
     }
   for (const auto& volume : table.volumes())
-    if (!known.count(volume.mountPoint) && volume.isBrowsable) {
+    if (!known.count(volume.mountPoint)) {
       VLOG("mounted {}", volume.mountPoint);
       didMount(volume.mountPoint, table);
     }
+  seenMountPoints_.set(std::move(mounted));
 }
 
 int DiskInfoManager::didChange(Observer observer) {

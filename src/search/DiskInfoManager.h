@@ -3,11 +3,12 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "common/Lock.h"
-#include "search/DiskInfo.h"
+#include "model/DiskInfo.h"
 
 namespace velmora {
 
@@ -43,6 +44,9 @@ class DiskInfoManager {
   // thread.
   void startMonitoring();
   bool isMonitoring() const;
+  // What the monitor does with a fresh mount table: every mount point that
+  // came or went since the last table is told, listed or not.
+  void tableChanged(const VolumeTable& table);
 
   // Observers run on the main queue after each change of the disks.
   static int didChange(Observer observer);
@@ -50,10 +54,10 @@ class DiskInfoManager {
   static void postRebuildLocationPopupNotification();
 
  private:
-  void tableChanged();
 
   FSUtilities& fsUtilities_;
   Locked<std::vector<DiskInfo>> disks_;
+  Locked<std::set<std::string>> seenMountPoints_;
   std::unique_ptr<MountMonitor> monitor_;
 };
 

@@ -35,6 +35,21 @@ FSUtilities& FSUtilities::shared() {
 
 VolumeTable FSUtilities::volumes() const { return volumes_ ? volumes_() : VolumeTable::current(); }
 
+void FSUtilities::noteVolumes(const VolumeTable& volumes) {
+  userVolumeRoots_.set(
+      std::make_shared<const std::vector<std::string>>(conventions_.userVolumeRootsInsideOSDirectories(volumes)));
+}
+
+bool FSUtilities::isInsideOSDirectory(const std::string& path) {
+  auto roots = userVolumeRoots_.value();
+  if (!roots) {
+    noteVolumes(volumes());
+    roots = userVolumeRoots_.value();
+  }
+  if (roots->empty()) return conventions_.isInsideOSDirectory(path);
+  return conventions_.isInsideOSDirectory(path, *roots);
+}
+
 bool FSUtilities::isInvisibleOrInsidePackage(const std::string& fullPath) {
   // Runs for every directory of a crawl and every result, so the walk goes
   // over the text in place and builds the running path only for a question

@@ -1,6 +1,7 @@
 #pragma once
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,7 +10,7 @@
 #include "common/Lock.h"
 #include "platform/PathConventions.h"
 #include "platform/VolumeTable.h"
-#include "search/OSItemFilter.h"
+#include "model/OSItemFilter.h"
 
 namespace velmora {
 
@@ -30,7 +31,12 @@ class FSUtilities final : public OSItemFilter {
   const PathConventions& conventions() const { return conventions_; }
   VolumeTable volumes() const;
 
-  bool isInsideOSDirectory(const std::string& path) override { return conventions_.isInsideOSDirectory(path); }
+  // A disk mounted inside a system folder ("/run/media/<user>/<disk>") is
+  // judged as a disk, not as that folder.
+  bool isInsideOSDirectory(const std::string& path) override;
+  // The mount table a search has just read: the system-folder test follows
+  // it from now on. Before the first one, the test reads the table itself.
+  void noteVolumes(const VolumeTable& volumes);
   bool isInvisibleOrInsidePackage(const std::string& path) override;
   bool hasPackageExtension(const std::string& path);
 
@@ -55,6 +61,7 @@ class FSUtilities final : public OSItemFilter {
   PackageTest isPackage_;
   VolumeSource volumes_;
   Locked<std::map<std::string, bool, std::less<>>> packageExtensionCache_;
+  Locked<std::shared_ptr<const std::vector<std::string>>> userVolumeRoots_;
 };
 
 }  // namespace velmora

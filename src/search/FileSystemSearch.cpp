@@ -8,7 +8,7 @@
 #include "query/commands/MaxDepth.h"
 #include "search/DirectoryIterator.h"
 #include "search/FSUtilities.h"
-#include "shell/ActivityController.h"
+#include "common/ActivityReporter.h"
 
 namespace velmora {
 
@@ -27,13 +27,11 @@ std::vector<std::string_view> components(std::string_view path) {
 
 }  // namespace
 
-FileSystemSearch::FileSystemSearch(FSUtilities& fsUtilities, ActivityController* activity)
+FileSystemSearch::FileSystemSearch(FSUtilities& fsUtilities, ActivityReporter* activity)
     : fsUtilities_(fsUtilities),
       activity_(activity),
       handler_(&nullHandler_),
       directoryIterationQueue_(2, "FileSystemSearch #74") {}
-
-FileSystemSearch::FileSystemSearch() : FileSystemSearch(FSUtilities::shared(), &ActivityController::shared()) {}
 
 FileSystemSearch::~FileSystemSearch() = default;
 
@@ -102,7 +100,14 @@ void FileSystemSearch::search(const QueryContainer& query, SearchDataSourceDeleg
 }
 
 void FileSystemSearch::makeSkipPaths(const std::string& base) {
+  // Each disk has its own skip list: what keeps a walk of "/" out of the
+  // other disks must not keep those disks' own walks out when the same
+  // search reaches them.
+  skipPaths_.clear();
+  skipPathList_.clear();
+  skipIncludes_.clear();
   VolumeTable volumes = fsUtilities_.volumes();
+  fsUtilities_.noteVolumes(volumes);
   for (auto& path : fsUtilities_.conventions().crawlSkipPaths(base, volumes)) {
     if (skipPaths_.insert(path).second) skipPathList_.push_back(path);
   }

@@ -7,12 +7,12 @@
 
 #include "common/Lock.h"
 #include "common/OperationQueue.h"
-#include "search/SearchDataSource.h"
-#include "shell/ActivityItem.h"
+#include "common/ActivityItem.h"
+#include "model/SearchDataSource.h"
 
 namespace velmora {
 
-class ActivityController;
+class ActivityReporter;
 class DirectoryIterator;
 class FSUtilities;
 
@@ -30,8 +30,7 @@ class FileSystemSearch final : public SearchDataSource,
   static constexpr std::size_t kWaveSize = 256;
 
   // `activity` may be null (no row in the activity list).
-  explicit FileSystemSearch(FSUtilities& fsUtilities, ActivityController* activity);
-  FileSystemSearch();
+  explicit FileSystemSearch(FSUtilities& fsUtilities, ActivityReporter* activity);
   ~FileSystemSearch() override;
 
   SearchResultSupplier type() const override { return SearchResultSupplier::fileSystem; }
@@ -48,7 +47,7 @@ class FileSystemSearch final : public SearchDataSource,
   int searchfs(const std::string& diskPath, const std::string& diskKey, const QueryContainer& query,
                SearchDataSourceDelegate& handler);
 
-  // What the walk has gathered (for tests and reports).
+  // What the walk of the last disk skips (for tests and reports).
   std::vector<std::string> skipPaths() const { return skipPathList_; }
   std::vector<std::string> skipIncludes() const { return skipIncludes_; }
   std::int64_t numberOfDirecoriesSearched() const { return numberOfDirecoriesSearched_.value(); }
@@ -62,7 +61,7 @@ class FileSystemSearch final : public SearchDataSource,
   std::vector<std::string> iterate(const std::string& directoryPath, const std::string& disk);
 
   FSUtilities& fsUtilities_;
-  ActivityController* activity_;
+  ActivityReporter* activity_;
   const QueryContainer* query_ = nullptr;
   SearchDataSourceDelegate* handler_ = nullptr;
   NullSearchDataSourceDelegate nullHandler_;

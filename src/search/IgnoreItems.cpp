@@ -5,7 +5,7 @@
 #include "platform/PathConventions.h"
 #include "query/QueryContainer.h"
 #include "search/FSUtilities.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "stores/PreferenceStore.h"
 
 namespace velmora {

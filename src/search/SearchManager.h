@@ -14,9 +14,10 @@
 #include "common/Lock.h"
 #include "common/OperationQueue.h"
 #include "query/QueryContainer.h"
-#include "search/SearchDataSource.h"
-#include "search/SearchDataSourceRegistry.h"
-#include "search/SearchLocation.h"
+#include "model/SearchDataSource.h"
+#include "model/OSItemFilter.h"
+#include "search/SearchDataSourceMaker.h"
+#include "model/SearchLocation.h"
 
 namespace velmora {
 
@@ -38,11 +39,13 @@ class SearchManagerDelegate {
   virtual void searchInvalidQuery() {}
 };
 
-// What a search manager runs on. The defaults are the real ones; tests put
-// in their own sources, a manual scheduler and a queue they drain.
+// What a search manager runs on: the application hands in its table of
+// sources (shell/SearchSources); tests put in their own sources, a manual
+// scheduler and a queue they drain.
 struct SearchManagerEnvironment {
-  std::vector<SearchDataSourceMaker> sources = SearchDataSourceRegistry::makers();
-  std::shared_ptr<OSItemFilter> osItemFilter = SearchDataSourceRegistry::makeOSItemFilter();
+  std::vector<SearchDataSourceMaker> sources;
+  // The test for system and invisible items; null lets every item through.
+  std::shared_ptr<OSItemFilter> osItemFilter;
   // Times the pauses of the result loop and the progress thinning; null
   // means Scheduler::background().
   Scheduler* scheduler = nullptr;

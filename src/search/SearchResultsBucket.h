@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "common/Clock.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -22,6 +22,7 @@ ActivityController& ActivityController::shared() {
 
 void ActivityController::save(std::shared_ptr<ActivityItem> item) {
   if (!item) return;
+  item->reporter = this;
   if (MainQueue::isMainThread()) {
     saveOnMain(std::move(item));
     return;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "common/Clock.h"
-#include "shell/ActivityItem.h"
+#include "common/ActivityReporter.h"
 
 namespace velmora {
 
@@ -15,7 +15,7 @@ namespace velmora {
 // on the main queue; save and remove may be called from any thread and hop
 // there. A front-end shows the list (the terminal window's activity pane)
 // and installs the presenter that opens it.
-class ActivityController {
+class ActivityController final : public ActivityReporter {
  public:
   static constexpr const char* StatusChangedNotification = "ActivityController.StatusChangedNotification";
   using Observer = std::function<void()>;
@@ -27,8 +27,8 @@ class ActivityController {
   ActivityController& operator=(const ActivityController&) = delete;
   static ActivityController& shared();
 
-  void save(std::shared_ptr<ActivityItem> item);
-  void remove(const std::string& id);
+  void save(std::shared_ptr<ActivityItem> item) override;
+  void remove(const std::string& id) override;
   std::shared_ptr<ActivityItem> isActivityForID(const std::string& id) const;
 
   // Main thread only.

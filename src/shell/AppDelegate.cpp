@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "common/Alert.h"
+#include "common/JSONText.h"
 #include "common/Logger.h"
 #include "stores/FavoriteFolders.h"
 #include "stores/HistoryController.h"
@@ -131,7 +132,7 @@ void AppDelegate::saveOpenWindowPaths() {
   SQLite* store = metadata_ ? metadata_() : nullptr;
   if (!store || !store->isOpen()) return;
   nlohmann::json paths = hooks_.openWindowPaths ? hooks_.openWindowPaths() : std::vector<std::string>{};
-  if (auto error = store->write(DBValue::json(paths.dump()), "default", "openWindowPaths", DBFamily{"FileBrowserWC"}))
+  if (auto error = store->write(DBValue::json(JSONText::dump(paths)), "default", "openWindowPaths", DBFamily{"FileBrowserWC"}))
     Logger::shared().log("Open window paths not saved: " + error->description);
 }
 

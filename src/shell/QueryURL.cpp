@@ -51,8 +51,10 @@ std::optional<QueryURL> QueryURL::parse(std::string_view url) {
     auto equals = pair.find('=');
     std::string key = percentDecoded(pair.substr(0, equals), true);
     std::string value = equals == std::string_view::npos ? std::string() : percentDecoded(pair.substr(equals + 1), true);
-    if (key == "location")
-      result.location = value;
+    if (key == "location") {
+      if (!result.location) result.location = value;
+      result.locations.push_back(value);
+    }
     else if ((key == "query" || key == "q") && !queryKey)
       queryKey = value;
   }

@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velmora {
 
@@ -13,7 +14,9 @@ struct QueryURL {
   static constexpr std::string_view scheme = "velmora:";
 
   std::string text;
+  // The first "location"; `locations` holds every one, in order.
   std::optional<std::string> location;
+  std::vector<std::string> locations;
 
   static bool hasScheme(std::string_view url) { return url.substr(0, scheme.size()) == scheme; }
   // Nothing for a URL not beginning with "velmora:".

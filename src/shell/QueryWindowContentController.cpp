@@ -121,7 +121,7 @@ void QueryWindowContentController::doSearch() {
   }
 
   const std::string text = textFields_->text();
-  QueryContainer query(text, location, soundexOn);
+  QueryContainer query(text, location, soundexOn, QuerySettings::fromPreferences(PreferenceStore::shared()));
   currentQuery_ = query;
   currentSearch_.queryString = text;
   currentSearch_.location = location->locationName;
@@ -149,7 +149,7 @@ void QueryWindowContentController::doSearch() {
     return;
   }
 
-  if (query.findCommand("ContentSearch")) {
+  if (query.readsFileContents) {
     outline_->prepareForContentSearch();
   } else {
     if (PreferenceStore::shared().boolForKey("rankInVisible")) PreferenceStore::shared().set("rankInVisible", false);

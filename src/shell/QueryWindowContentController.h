@@ -8,8 +8,9 @@
 
 #include "common/Clock.h"
 #include "query/QueryContainer.h"
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 #include "search/SearchManager.h"
+#include "shell/SearchSources.h"
 #include "search/SearchResultsBucket.h"
 #include "search/results/ResultsOutlineViewVC.h"
 #include "shell/ProgressVC.h"
@@ -32,7 +33,7 @@ struct QueryWindowEnvironment {
   std::function<void(std::function<void()>)> mainQueue;
   // The location menu's choice; none while the chosen disk is away.
   std::function<std::optional<SearchLocation>()> currentLocation;
-  SearchManagerEnvironment searchEnvironment;
+  SearchManagerEnvironment searchEnvironment = SearchSources::standardEnvironment();
   // Runs a script command on files; empty: ScriptRunner.
   std::function<void(const ScriptCommand&, const std::vector<std::string>&)> runScript;
 };
@@ -84,6 +85,10 @@ class QueryWindowContentController : public SearchManagerDelegate,
   std::int64_t lastTotalNumberOfResultsReturned() const { return lastTotalNumberOfResultsReturned_; }
   bool soundexOn = false;
 
+  // The query's words as the results list promotes names by them (word
+  // parts joined, lower-case); `velmora search --sort` orders by the same.
+  static std::optional<std::string> queryWords(const QueryContainer& query);
+
   // Front-end hooks: a redraw is due; the query field should take the focus.
   std::function<void()> onChange;
   std::function<void()> onFocusSearchField;
@@ -93,7 +98,6 @@ class QueryWindowContentController : public SearchManagerDelegate,
   void setup();
   void finishedOnMain(const QueryContainer& query);
   void changed();
-  static std::optional<std::string> queryWords(const QueryContainer& query);
 
   QueryWindowEnvironment environment_;
   Scheduler& scheduler_;

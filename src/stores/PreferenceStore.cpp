@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "common/AppDirectories.h"
+#include "common/JSONText.h"
 #include "common/Logger.h"
 #include "common/MainQueue.h"
 #include "stores/JSONByteStrings.h"
@@ -235,7 +236,7 @@ std::optional<double> asDouble(const json& v) {
 
 std::optional<std::string> asString(const json& v) {
   if (v.is_string()) return v.get<std::string>();
-  if (v.is_number() || v.is_boolean()) return v.dump();
+  if (v.is_number() || v.is_boolean()) return JSONText::dump(v);
   return std::nullopt;
 }
 }  // namespace
@@ -493,11 +494,8 @@ Status PreferenceStore::change(std::string_view key, const Change& edit) {
       }
     }
     if (changed) {
-      try {
-        status = writeAtomically(file_, JSONByteStrings::encoded(base).dump(2) + "\n");
-      } catch (const json::exception& e) {
-        status = Status::internal(std::string("cannot write settings: ") + e.what());
-      }
+      // Every string is UTF-8 once encoded; JSONText's dump never throws besides.
+      status = writeAtomically(file_, JSONText::dump(JSONByteStrings::encoded(base), 2) + "\n");
     }
     // Kept in memory even when the file could not be written, so that this
     // process goes on as the user asked; the caller reports the failure.

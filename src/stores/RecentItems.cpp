@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "common/JSONText.h"
 #include "common/Logger.h"
 #include "stores/JSONByteStrings.h"
 #include "stores/OpenedFilesNotification.h"
@@ -75,7 +76,7 @@ void RecentItems::save() {
     item.path = JSONByteStrings::encode(item.path);
     array.push_back(item.toJSON());
   }
-  PreferenceStore::shared().set(kItemsKey, array.dump());
+  PreferenceStore::shared().set(kItemsKey, JSONText::dump(array));
   notifier_.post();
 }
 

@@ -16,7 +16,7 @@
 #include "query/commands/PathLengthCommand.h"
 #include "query/commands/RegexCommand.h"
 #include "query/commands/UTICommand.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "stores/PreferenceStore.h"
 
 namespace velmora {

@@ -61,5 +61,12 @@ TEST(ExplainCli, ShowsHowQueriesAreUnderstood) {
   EXPECT_EQ(none.status, 2);
 }
 
+TEST(ExplainCli, AQueryThatIsNotUTF8GivesJSONWithTheEscapedForm) {
+  test::TempHome home;
+  auto q = explain("$(printf 'caf\\351 \\377')");
+  ASSERT_TRUE(q.is_object());
+  EXPECT_NE(q.dump().find("\\\\xFF"), std::string::npos) << q.dump();
+}
+
 }  // namespace
 }  // namespace velmora

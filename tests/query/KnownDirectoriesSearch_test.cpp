@@ -34,7 +34,9 @@ TEST(KnownDirectoriesSearch, ListsTheRememberedFolderDeepOrShallow) {
   test::writeFile(folder / "sub" / "b.txt");
   PreferenceStore::shared().set("RememberedFolders", {{"Projects", folder.string()}});
 
-  QueryContainer deep(": projects");
+  QuerySettings settings;
+  settings.rememberedFolders = {{"Projects", folder.string()}};
+  QueryContainer deep(": projects", std::nullopt, false, settings);
   auto command = deep.findCommand<KnownDirectoriesCommand>();
   ASSERT_TRUE(command);
   EXPECT_FALSE(command->shallow);
@@ -50,7 +52,7 @@ TEST(KnownDirectoriesSearch, ListsTheRememberedFolderDeepOrShallow) {
                                                  (folder / "sub" / "b.txt").string()}));
   EXPECT_EQ(all.suppliers.front(), SearchResultSupplier::KnownDirectoriesSearch);
 
-  QueryContainer shallow(": projects only");
+  QueryContainer shallow(": projects only", std::nullopt, false, settings);
   ASSERT_TRUE(shallow.findCommand<KnownDirectoriesCommand>());
   Collector top;
   KnownDirectoriesSearch().search(shallow, top);

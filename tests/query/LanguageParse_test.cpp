@@ -161,7 +161,7 @@ class TemplateFile : public ::testing::Test {
 
 template <typename T>
 void expectCommand(const char* text) {
-  QueryContainer query(text);
+  QueryContainer query(text, std::nullopt, false, QuerySettings::fromPreferences(PreferenceStore::shared()));
   ASSERT_EQ(query.commandsFoundInQuery.size(), 1u) << text;
   EXPECT_TRUE(dynamic_cast<T*>(query.commandsFoundInQuery[0].get())) << text << " made " << query.debugDescription();
   EXPECT_TRUE(query.unusedCommandAreaWords.empty()) << text;
@@ -231,7 +231,7 @@ TEST_F(TemplateFile, WordsThatFitNothingStayUnrecognised) {
 // docs/query-language.md lists one example per sentence form; every form
 // must be a line of the template file and every line must have its row.
 TEST_F(TemplateFile, UsersGuideMatchesTheTemplates) {
-  std::ifstream doc(std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "docs/query-language.md");
+  std::ifstream doc(test::sourceDir() / "docs/query-language.md");
   ASSERT_TRUE(doc) << "docs/query-language.md is missing";
   std::regex row(R"(^\| `([^`]*)` \| (\w+) \| `([^`]*)` \|$)");
   std::set<std::string> documented;
@@ -243,7 +243,7 @@ TEST_F(TemplateFile, UsersGuideMatchesTheTemplates) {
     const std::string form = m[1], command = m[2], example = m[3];
     documented.insert(form + " " + command);
     auto all = SentenceComponent::parseWords(example);
-    auto match = parse.bestMatch(all);
+    auto match = parse.bestMatch(all, QuerySettings::fromPreferences(PreferenceStore::shared()));
     ASSERT_TRUE(match) << example;
     std::string matchedForm;
     for (const auto& w : match->sentenceTemplate.words)

@@ -6,7 +6,7 @@
 #include "query/QueryEditor.h"
 #include "query/commands/NotIncludingWords.h"
 #include "query/commands/WildcardWords.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "support/TempHome.h"
 
 namespace velmora {
@@ -20,8 +20,7 @@ SearchResult resultAt(std::string path) {
   return r;
 }
 
-// Commands standing in for the language's own: matched by class name, so
-// the name test treats them as the real ones.
+// Commands of the tests' own.
 namespace stand_in {
 struct CaseSensitive : Command {
   std::string commandToString() const override { return "case sensitive"; }
@@ -30,9 +29,6 @@ struct CaseSensitive : Command {
     return CommandApplyResult::accept;
   }
   std::shared_ptr<Command> copy() const override { return std::make_shared<CaseSensitive>(); }
-};
-struct WholeWords : CaseSensitive {
-  std::shared_ptr<Command> copy() const override { return std::make_shared<WholeWords>(); }
 };
 // Vetoes names holding "veto", and counts how often any copy was applied.
 struct Veto : Command {
@@ -147,13 +143,11 @@ TEST(QueryContainer, NameTestBranches) {
   EXPECT_FALSE(groups.fsItemNameStringIncludesWordsFromQuery("beta"));
   EXPECT_FALSE(QueryContainer("OR").fsItemNameStringIncludesWordsFromQuery("x"));  // no groups
 
-  QueryContainer cased("Rep");
-  cased.commandsFoundInQuery.push_back(std::make_shared<stand_in::CaseSensitive>());
+  QueryContainer cased("Rep : case sensitive");
   EXPECT_TRUE(cased.fsItemNameStringIncludesWordsFromQuery("Report"));
   EXPECT_FALSE(cased.fsItemNameStringIncludesWordsFromQuery("report"));
 
-  QueryContainer whole("port");
-  whole.commandsFoundInQuery.push_back(std::make_shared<stand_in::WholeWords>());
+  QueryContainer whole("port : whole words");
   EXPECT_FALSE(whole.fsItemNameStringIncludesWordsFromQuery("report.txt"));
   EXPECT_TRUE(whole.fsItemNameStringIncludesWordsFromQuery("the-PORT_2.txt"));
   EXPECT_EQ(QueryContainer::wholeWordsFromFileName("a+b  c.d$e"), (Strings{"a", "b", "c", "d", "e"}));

@@ -5,7 +5,7 @@
 #include "TempHome.h"
 #include "query/QueryContainer.h"
 #include "query/commands/SizeCommand.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "stores/PreferenceStore.h"
 
 namespace velmora {

@@ -142,19 +142,60 @@ TEST(FileSystemSearch, AFolderThatVanishesDuringTheWalkIsPassedOver) {
   EXPECT_EQ(handler.sorted(), under(tree.r, {"m/report.m", "report.txt"}));
 }
 
-TEST(FileSystemSearch, SkipPathsGrowWithEachDisk) {
+TEST(FileSystemSearch, EachDiskOfOneSearchIsWalkedWithItsOwnSkipPaths) {
   Tree tree;
-  FSUtilities fsu(PathConventions::macOS(), {}, [] { return VolumeTable(); });
-  std::string second = tree.r + "/a";
-  QueryContainer query("zzz", SearchLocation::fromURLs({tree.r, second}, {}));
+  // "m" is another file system below the first disk: the walk of the tree
+  // stays out of it, and the walk of "m" itself, later in the same search,
+  // goes in.
+  std::string second = tree.r + "/m";
+  FSUtilities fsu(PathConventions::linux(), {}, [&] {
+    return VolumeTable({{"/", "/dev/sda1", "ext4"}, {second, "/dev/sdb1", "ext4"}});
+  });
+  QueryContainer query("report", SearchLocation::fromURLs({tree.r, second}, {}));
   Recorder handler;
   FileSystemSearch search(fsu, nullptr);
   search.search(query, handler);
   EXPECT_EQ(search.iteratedDisks(), (std::vector<std::string>{tree.r, second}));
-  auto skip = search.skipPaths();
-  EXPECT_EQ(skip.size(), 6u);
-  EXPECT_EQ(skip[0], tree.r + "/Volumes");
-  EXPECT_EQ(skip[3], second + "/Volumes");
+  auto found = handler.sorted();
+  EXPECT_EQ(std::count(found.begin(), found.end(), second + "/report.m"), 1) << ::testing::PrintToString(found);
+  EXPECT_EQ(std::count(found.begin(), found.end(), tree.r + "/report.txt"), 1);
+  EXPECT_TRUE(search.skipPaths().empty());  // nothing below "m" is skipped
+
+  // The same on the platform with "/Volumes": a disk's skip paths are its own.
+  FSUtilities mac(PathConventions::macOS(), {}, [] { return VolumeTable(); });
+  std::string inner = tree.r + "/a";
+  FileSystemSearch macSearch(mac, nullptr);
+  Recorder macHandler;
+  macSearch.search(QueryContainer("zzz", SearchLocation::fromURLs({tree.r, inner}, {})), macHandler);
+  auto skip = macSearch.skipPaths();
+  ASSERT_EQ(skip.size(), 3u);
+  EXPECT_EQ(skip[0], inner + "/Volumes");
+}
+
+TEST(FileSystemSearch, ADiskMountedInsideASystemFolderIsWalkedAndItsResultsPass) {
+  Tree tree;
+  // The tree's parent plays "/run": a system folder holding a user's disk
+  // mounted at <parent>/media/ann/DISK, beside a "/var"-like system volume.
+  auto conventions = PathConventions::linux();
+  std::string parent = tree.root.parent_path().string();
+  conventions.osDirectoryPrefixes.push_back(parent);
+  std::string disk = tree.r;
+  std::string systemVolume = parent + "/sysvol";
+  conventions.systemVolumeFolders.push_back(systemVolume);
+  FSUtilities fsu(conventions, {}, [&] {
+    return VolumeTable({{"/", "/dev/sda1", "ext4"}, {disk, "/dev/sdb1", "ext4"}, {systemVolume, "/dev/sdc1", "ext4"}});
+  });
+  EXPECT_FALSE(fsu.isInsideOSDirectory(disk));
+  EXPECT_FALSE(fsu.isInsideOSDirectory(disk + "/a/report"));
+  EXPECT_TRUE(fsu.isInsideOSDirectory(disk + "/usr/lib"));  // judged within the disk
+  EXPECT_TRUE(fsu.isInsideOSDirectory(parent + "/other"));
+  EXPECT_TRUE(fsu.isInsideOSDirectory(systemVolume + "/x"));
+
+  QueryContainer query("report", SearchLocation::fromURLs({disk}, {}));
+  Recorder handler;
+  FileSystemSearch(fsu, nullptr).search(query, handler);
+  EXPECT_EQ(handler.sorted(), under(tree.r, {"a/Report-2.doc", "a/b/c/d/report5", "a/b/c/report4", "a/b/report3",
+                                             "a/reporting", "m/report.m", "report.txt"}));
 }
 
 }  // namespace

@@ -101,6 +101,13 @@ TEST_F(ResultsList, MergeKeepsTheFirstOfTwoPathsAndSortsTheWholeList) {
   list->addResults({node("/d/b.txt", 999), node("/d/a.txt", 7), node("/d/a.txt", 8)}, std::nullopt);
   settle();
   EXPECT_EQ(shown(), (std::vector<std::string>{"a.txt", "b.txt", "c.txt"}));
+  // The same name in another folder is another item.
+  auto sameName = node("/e/b.txt", 3);
+  list->addResults({sameName}, std::nullopt);
+  settle();
+  EXPECT_EQ(shown(), (std::vector<std::string>{"a.txt", "b.txt", "b.txt", "c.txt"}));
+  list->remove({sameName});
+  settle();
   EXPECT_EQ(list->displayContent()[1], first.get());
   EXPECT_EQ(list->displayContent()[0]->totalSize, 7u);
 

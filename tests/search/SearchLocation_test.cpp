@@ -1,4 +1,4 @@
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 #include <gtest/gtest.h>
 
@@ -129,6 +129,26 @@ TEST(DiskInfoManager, BootVolumeFirstAndMountsChangeTheList) {
   MainQueue::poll();
   EXPECT_EQ(changes, 2);
   EXPECT_EQ(manager.volumes().size(), 3u);
+
+  // What the mount monitor hands over: a fresh table. A pseudo file system
+  // appearing is not listed but is told, once; its going is told too.
+  std::vector<MountedVolume> now(table.volumes().begin(), table.volumes().end());
+  std::erase_if(now, [](const MountedVolume& v) { return v.mountPoint == "/Volumes/AAA"; });
+  manager.tableChanged(VolumeTable(now));
+  MainQueue::poll();
+  EXPECT_EQ(changes, 3);  // the pseudo mount told above has gone
+  now.push_back({zram, "zram", "proc", std::nullopt, std::nullopt, true, false});
+  manager.tableChanged(VolumeTable(now));
+  MainQueue::poll();
+  EXPECT_EQ(changes, 4);
+  EXPECT_EQ(manager.volumes().size(), 3u);
+  manager.tableChanged(VolumeTable(now));
+  MainQueue::poll();
+  EXPECT_EQ(changes, 4);
+  now.pop_back();
+  manager.tableChanged(VolumeTable(now));
+  MainQueue::poll();
+  EXPECT_EQ(changes, 5);
   DiskInfoManager::removeObserver(token);
 }
 

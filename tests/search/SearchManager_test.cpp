@@ -196,6 +196,24 @@ TEST(SearchManager, MergesThreeSourcesWithoutDuplicatesAndExpandsFolders) {
   EXPECT_EQ(std::count(delays.begin(), delays.end(), 0.5), 1);
 }
 
+TEST(SearchManager, SameNamesInDifferentFoldersFromTwoSourcesAreAllListed) {
+  using S = SearchResultSupplier;
+  // Duplicates are the same path, never the same name: each source's file
+  // lies in its own folder, and one path both report is listed once.
+  auto crawl = std::make_shared<ScriptedSource>(
+      S::fileSystem, std::vector<std::vector<SearchResult>>{{at("/t/x/report.txt", S::fileSystem),
+                                                             at("/t/both/report.txt", S::fileSystem)}});
+  auto index = std::make_shared<ScriptedSource>(
+      S::CompactContentIndex, std::vector<std::vector<SearchResult>>{{at("/t/y/report.txt", S::CompactContentIndex),
+                                                                      at("/t/both/report.txt", S::CompactContentIndex)}});
+  Harness h;
+  h.make({standard(crawl), standard(index)});
+  h.manager->searchFor(QueryContainer("report"));
+  ASSERT_TRUE(h.runToEnd());
+  EXPECT_EQ(h.delegate->paths(), (std::set<std::string>{"/t/x/report.txt", "/t/y/report.txt", "/t/both/report.txt"}));
+  EXPECT_EQ(h.delegate->found.size(), 3u);
+}
+
 TEST(SearchManager, FilterOnlyQueryRunsOnlyCommandSourcesAndEndsAfterTheHalfSecond) {
   auto standardSource = std::make_shared<ScriptedSource>(SearchResultSupplier::fileSystem,
                                                          std::vector<std::vector<SearchResult>>{});

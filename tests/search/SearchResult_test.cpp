@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "search/SearchResultsBucket.h"
 #include "support/ManualScheduler.h"
 #include "support/TempHome.h"

@@ -1,6 +1,9 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -8,6 +11,8 @@
 #include "search/results/SearchResultSort.h"
 #include "search/results/UINode.h"
 #include "search/results/UINodeSortable.h"
+#include "support/OrdinaryTemp.h"
+#include "support/TempHome.h"
 
 namespace velmora {
 namespace {
@@ -50,6 +55,26 @@ TEST(UINode, MadeFromAResultWithoutTouchingTheDisk) {
   EXPECT_EQ(node("/nowhere/Tool.app", 0, true)->kind(), UINode::Kind::package);
   EXPECT_EQ(node("/nowhere/.bashrc")->displayKind(), "Document");
   EXPECT_EQ(node("/nowhere/notes.zzq")->displayKind(), "ZZQ file");
+}
+
+TEST(UINode, AnExpandedRowTakesCreatedFromTheBirthTime) {
+  test::OrdinaryTemp ordinary;
+  test::TempHome home;
+  auto file = home.tree("born") / "file.txt";
+  test::writeFile(file, "x");
+  struct statx info {};
+  ASSERT_EQ(::statx(AT_FDCWD, file.c_str(), 0, STATX_BTIME | STATX_CTIME, &info), 0);
+  if (!(info.stx_mask & STATX_BTIME)) GTEST_SKIP() << "this file system keeps no birth time";
+  // Every change of mode moves the change time on; repeat until it has left
+  // the second of the birth (nothing else can set it).
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  for (int i = 0; info.stx_ctime.tv_sec == info.stx_btime.tv_sec; ++i) {
+    ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+    ::chmod(file.c_str(), i % 2 ? 0600 : 0640);
+    ::statx(AT_FDCWD, file.c_str(), 0, STATX_BTIME | STATX_CTIME, &info);
+  }
+  UINode row(file.string(), nullptr);
+  EXPECT_EQ(row.creationDate, info.stx_btime.tv_sec);
 }
 
 TEST(ByteCountFormatter, DecimalUnitsWithAdaptiveDigits) {

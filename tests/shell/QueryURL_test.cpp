@@ -20,6 +20,12 @@ TEST(QueryURLTest, ParsesTextAndLocation) {
   EXPECT_EQ(url->text, "a+b");  // "+" is literal outside the query keys
   EXPECT_EQ(url->location, "~/work");
 
+  // Several locations are all kept, in order.
+  url = QueryURL::parse("velmora:notes?location=/a&location=%2Fb%20c");
+  ASSERT_TRUE(url);
+  EXPECT_EQ(url->location, "/a");
+  EXPECT_EQ(url->locations, (std::vector<std::string>{"/a", "/b c"}));
+
   url = QueryURL::parse("velmora:?query=cats+and+dogs");
   ASSERT_TRUE(url);
   EXPECT_EQ(url->text, "cats and dogs");

@@ -1,4 +1,5 @@
 #include "support/OrdinaryTemp.h"
+#include "support/TempHome.h"
 
 #include <cstdlib>
 #include <system_error>
@@ -13,6 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 bool isOrdinary(const fs::path& folder) {
+  // "/./" or "/../" would hide where the folder really is from the tests below.
+  if (folder != folder.lexically_normal()) return false;
   if (PathConventions::linux().isInsideOSDirectory(folder.string() + "/")) return false;
   for (const auto& part : folder)
     if (part.string().size() > 1 && part.string().front() == '.') return false;
@@ -25,11 +28,10 @@ OrdinaryTemp::OrdinaryTemp() {
     previous_ = old;
     hadPrevious_ = true;
   }
-  const char* build = std::getenv("VELMORA_BINARY_DIR");
   // Some crawl tests run a search as another user, so the fallbacks are
   // places anyone may pass through before the home folder.
   std::vector<fs::path> candidates{
-      fs::absolute(fs::path(build ? build : ".")) / "tmp",
+      fs::absolute(binaryDir()).lexically_normal() / "tmp",
       "/srv/velmora-test-tmp",
       "/opt/velmora-test-tmp",
       AppDirectories::homeDirectory() / "velmora-test-tmp",

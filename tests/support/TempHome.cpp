@@ -59,10 +59,16 @@ std::string readFile(const fs::path& file) {
   return buffer.str();
 }
 
-fs::path programPath(const std::string& name) {
+fs::path binaryDir() {
+  // The environment wins so that a copied build still finds itself; the
+  // compiled-in folder serves a test started by hand from anywhere.
   const char* dir = std::getenv("VELMORA_BINARY_DIR");
-  return fs::path(dir ? dir : ".") / "bin" / name;
+  return fs::path(dir && *dir ? dir : VELMORA_TEST_BINARY_DIR).lexically_normal();
 }
+
+fs::path sourceDir() { return fs::path(VELMORA_TEST_SOURCE_DIR).lexically_normal(); }
+
+fs::path programPath(const std::string& name) { return binaryDir() / "bin" / name; }
 
 CommandOutput runCommand(const std::string& commandLine) {
   CommandOutput result;

@@ -26,6 +26,9 @@ class TempHome {
 void writeFile(const std::filesystem::path& file, const std::string& contents = {});
 std::string readFile(const std::filesystem::path& file);
 
+// The build folder and the source tree, wherever the test runs from.
+std::filesystem::path binaryDir();
+std::filesystem::path sourceDir();
 // Path of a built program, e.g. programPath("velmora").
 std::filesystem::path programPath(const std::string& name);
 

@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "common/JSONText.h"
+
 namespace velmora {
 
 using nlohmann::ordered_json;
@@ -76,7 +78,7 @@ std::string DocumentInfo::toJSON() const {
   json["lastIndexMode"] = static_cast<int>(lastIndexMode);
   json["isDirty"] = isDirty;
   if (diskKey) json["diskKey"] = *diskKey;
-  return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  return JSONText::dump(json);
 }
 
 std::optional<DocumentInfo> DocumentInfo::fromJSON(std::string_view text, std::string* error) {

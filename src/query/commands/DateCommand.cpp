@@ -4,7 +4,7 @@
 
 #include "query/QWCDateFormatter.h"
 #include "query/commands/DateCommandCreators.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -2,7 +2,7 @@
 
 #include "query/QueryContainer.h"
 #include "query/commands/CommandSupport.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -3,7 +3,7 @@
 #include <typeinfo>
 
 #include "query/commands/CommandSupport.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

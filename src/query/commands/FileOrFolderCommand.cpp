@@ -1,6 +1,6 @@
 #include "query/commands/FileOrFolderCommand.h"
 
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

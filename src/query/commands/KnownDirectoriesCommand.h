@@ -1,4 +1,5 @@
 #pragma once
+#include <span>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,11 +37,11 @@ class KnownDirectoriesFactory : public CommandFactory {
   std::vector<std::string> commandNames() const override { return {"remembered", "rememberedShallow"}; }
   std::shared_ptr<Command> create(const std::string& name, const Args& args, const Flags& flags) const override;
 
-  // The remembered folders by name (the preference "RememberedFolders").
-  static std::map<std::string, std::string> rememberedFolders();
   // The "~remembered" variable: the folder path stored under the word.
-  static std::optional<VariableParserResult> rememberedVariable(const std::vector<SentenceComponent>& words);
-  static std::optional<std::string> rememberedCompletor(const std::vector<SentenceComponent>& words);
+  static std::optional<VariableParserResult> rememberedVariable(std::span<const SentenceComponent> words,
+                                                                const std::map<std::string, std::string>& folders);
+  // Completes a remembered name from the folders the preferences hold now.
+  static std::optional<std::string> rememberedCompletor(std::span<const SentenceComponent> words);
 };
 
 }  // namespace velmora

@@ -1,7 +1,7 @@
 #pragma once
 #include <atomic>
 
-#include "search/SearchDataSource.h"
+#include "model/SearchDataSource.h"
 
 namespace velmora {
 

@@ -5,7 +5,7 @@
 
 #include "query/commands/CommandSupport.h"
 #include "query/commands/LabelTagManager.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

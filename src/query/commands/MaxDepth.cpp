@@ -1,7 +1,7 @@
 #include "query/commands/MaxDepth.h"
 
 #include "query/commands/CommandSupport.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

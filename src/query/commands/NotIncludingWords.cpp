@@ -1,7 +1,7 @@
 #include "query/commands/NotIncludingWords.h"
 
 #include "query/NameMatching.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

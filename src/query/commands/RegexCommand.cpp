@@ -4,7 +4,7 @@
 
 #include "common/Logger.h"
 #include "query/commands/CommandSupport.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -22,7 +22,7 @@ std::vector<std::pair<std::string, std::filesystem::path>> ScriptCommandFactory:
   return found;
 }
 
-std::optional<VariableParserResult> ScriptCommandFactory::scriptName(const std::vector<SentenceComponent>& words,
+std::optional<VariableParserResult> ScriptCommandFactory::scriptName(std::span<const SentenceComponent> words,
                                                                      const std::filesystem::path& folder) {
   if (words.empty()) return std::nullopt;
   auto all = scripts(folder);
@@ -39,7 +39,7 @@ std::optional<VariableParserResult> ScriptCommandFactory::scriptName(const std::
   return best;
 }
 
-std::optional<VariableParserResult> ScriptCommandFactory::scriptName(const std::vector<SentenceComponent>& words) {
+std::optional<VariableParserResult> ScriptCommandFactory::scriptName(std::span<const SentenceComponent> words) {
   return scriptName(words, AppDirectories::applicationScriptsDirectory());
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include <span>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -48,8 +49,8 @@ class ScriptCommandFactory : public CommandFactory {
   static std::vector<std::pair<std::string, std::filesystem::path>> scripts(const std::filesystem::path& folder);
   // The "~scriptName" variable over the user's scripts folder: the longest
   // run of words that names a script (case-insensitive).
-  static std::optional<VariableParserResult> scriptName(const std::vector<SentenceComponent>& words);
-  static std::optional<VariableParserResult> scriptName(const std::vector<SentenceComponent>& words,
+  static std::optional<VariableParserResult> scriptName(std::span<const SentenceComponent> words);
+  static std::optional<VariableParserResult> scriptName(std::span<const SentenceComponent> words,
                                                         const std::filesystem::path& folder);
   static std::optional<std::string> scriptNameCompletor(const std::vector<SentenceComponent>& words);
 };

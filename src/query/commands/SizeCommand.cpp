@@ -9,7 +9,7 @@
 
 #include "query/commands/CommandSupport.h"
 #include "query/commands/SpelledNumber.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 
@@ -148,7 +148,7 @@ std::optional<SizeUnits> SizeCommandFactory::unitFromWord(std::string_view w) {
   return std::nullopt;
 }
 
-std::optional<VariableParserResult> SizeCommandFactory::fileSize(const std::vector<SentenceComponent>& words) {
+std::optional<VariableParserResult> SizeCommandFactory::fileSize(std::span<const SentenceComponent> words) {
   if (words.empty()) return std::nullopt;
   // Spelled numbers first: the longest run of words that reads as a number.
   std::optional<float> number;

@@ -1,4 +1,5 @@
 #pragma once
+#include <span>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -50,7 +51,7 @@ class SizeCommandFactory : public CommandFactory {
   std::shared_ptr<Command> create(const std::string& name, const Args& args, const Flags& flags) const override;
 
   // The "~file size" variable: a number, spelled or in digits, and a unit.
-  static std::optional<VariableParserResult> fileSize(const std::vector<SentenceComponent>& words);
+  static std::optional<VariableParserResult> fileSize(std::span<const SentenceComponent> words);
   static std::optional<SizeUnits> unitFromWord(std::string_view word);
 };
 

@@ -5,7 +5,7 @@
 #include <gio/gio.h>
 
 #include "query/commands/CommandSupport.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 
@@ -105,7 +105,7 @@ std::optional<std::string> UTICommandFactory::utiCompletor(const std::vector<Sen
   return std::nullopt;
 }
 
-std::optional<VariableParserResult> UTICommandFactory::utiVariable(const std::vector<SentenceComponent>& words) {
+std::optional<VariableParserResult> UTICommandFactory::utiVariable(std::span<const SentenceComponent> words) {
   if (words.empty()) return std::nullopt;
   const std::string& word = words.front().textLowered;
   if (word == "folder") return std::nullopt;

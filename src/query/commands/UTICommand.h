@@ -1,4 +1,5 @@
 #pragma once
+#include <span>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,7 +43,7 @@ class UTICommandFactory : public CommandFactory {
   std::shared_ptr<Command> create(const std::string& name, const Args& args, const Flags& flags) const override;
 
   // The "~uti" variable.
-  static std::optional<VariableParserResult> utiVariable(const std::vector<SentenceComponent>& words);
+  static std::optional<VariableParserResult> utiVariable(std::span<const SentenceComponent> words);
   // The "~utiCompletor": the first known word that begins with the word.
   static std::optional<std::string> utiCompletor(const std::vector<SentenceComponent>& words);
 };

@@ -1,7 +1,7 @@
 #include "query/commands/WildcardWords.h"
 
 #include "query/NameMatching.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <vector>
 
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "search/results/Column.h"
 #include "search/results/UINodeSortable.h"
 

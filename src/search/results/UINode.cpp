@@ -1,5 +1,6 @@
 #include "search/results/UINode.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unicode/locid.h>
 #include <unicode/unistr.h>
@@ -74,13 +75,15 @@ UINode::UINode(const std::string& path, const UINodePtr& parentNode)
   displayPath = SharedAdditions::displayPath(fileURL);
   displayInside = parentName(fileURL);
   setNameFields();
-  struct stat info;
+  struct statx info {};
   bool isDirectory = false;
-  if (::stat(path.c_str(), &info) == 0) {
-    isDirectory = S_ISDIR(info.st_mode);
-    totalSize = isDirectory ? 0 : static_cast<std::uint64_t>(info.st_size);
-    modificationDate = info.st_mtim.tv_sec;
-    creationDate = info.st_ctim.tv_sec;
+  if (::statx(AT_FDCWD, path.c_str(), 0, STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME, &info) == 0) {
+    isDirectory = S_ISDIR(info.stx_mode);
+    totalSize = isDirectory ? 0 : static_cast<std::uint64_t>(info.stx_size);
+    modificationDate = info.stx_mtime.tv_sec;
+    // The birth time, as the crawl reports it; a file system without one
+    // leaves the date empty rather than showing the change time.
+    creationDate = (info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : 0;
   }
   displayTotalSize = isDirectory ? "--" : ByteCountFormatter::stringFromByteCount(totalSize);
   if (isDirectory) {

@@ -10,7 +10,7 @@
 
 #include "common/Clock.h"
 #include "common/Lock.h"
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 #include "search/results/Column.h"
 
 namespace velmora {

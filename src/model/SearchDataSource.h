@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 namespace velmora {
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "model/DiskInfo.h"
+
 namespace velmora {
 
 struct PathConventions;
@@ -51,9 +53,10 @@ struct SearchLocation {
   // Without a name, the location is called after its first target.
   SearchLocation(std::vector<SearchTarget> targets, std::string name);
   static SearchLocation fromURLs(const std::vector<std::string>& urls, std::string name);
-  // The preset's volumes as DiskInfoManager lists them now (the home folder
-  // for `home`).
-  static SearchLocation fromPreset(SearchLocationURLSet preset, std::string name = {});
+  // The preset's share of `volumes` (the disks mounted now, as the disk
+  // manager lists them); the home folder for `home`.
+  static SearchLocation fromPreset(SearchLocationURLSet preset, const std::vector<DiskInfo>& volumes,
+                                   std::string name = {});
 
   // Paths of the url targets, in order; offline targets are left out.
   std::vector<std::string> locationURLs() const;

@@ -1,4 +1,4 @@
-#include "search/SearchResult.h"
+#include "model/SearchResult.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,6 +11,8 @@
 #include <random>
 
 #include <nlohmann/json.hpp>
+
+#include "common/JSONText.h"
 
 namespace velmora {
 
@@ -152,7 +154,7 @@ nlohmann::ordered_json SearchResult::toJSON() const {
   return json;
 }
 
-std::string SearchResult::serialised() const { return toJSON().dump(); }
+std::string SearchResult::serialised() const { return JSONText::dump(toJSON()); }
 
 std::optional<SearchResult> SearchResult::fromJSON(const nlohmann::json& json, std::string* error) {
   if (!json.is_object()) {

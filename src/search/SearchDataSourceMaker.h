@@ -2,10 +2,8 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "search/OSItemFilter.h"
-#include "search/SearchDataSource.h"
+#include "model/SearchDataSource.h"
 
 namespace velmora {
 
@@ -19,18 +17,14 @@ enum class SourceCondition {
   wordBasedWithoutOwnLocations,
 };
 
+// One row of the table of sources a search manager starts. The table is
+// assembled by the application (shell/SearchSources) and handed to each
+// manager in its environment, so the engine never names a source of a
+// subsystem above it.
 struct SearchDataSourceMaker {
   SourceCondition condition = SourceCondition::always;
   std::string name;
   std::function<std::shared_ptr<SearchDataSource>()> make;
 };
-
-// The one table of data sources a search starts, in start order. A new
-// source joins with one line in SearchDataSourceRegistry.cpp.
-namespace SearchDataSourceRegistry {
-const std::vector<SearchDataSourceMaker>& makers();
-// The test for system and invisible items; null when none is available.
-std::shared_ptr<OSItemFilter> makeOSItemFilter();
-}  // namespace SearchDataSourceRegistry
 
 }  // namespace velmora

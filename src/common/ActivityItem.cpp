@@ -1,10 +1,10 @@
-#include "shell/ActivityItem.h"
+#include "common/ActivityItem.h"
 
 #include <fmt/format.h>
 
 #include <random>
 
-#include "shell/ActivityController.h"
+#include "common/ActivityReporter.h"
 
 namespace velmora {
 
@@ -27,7 +27,7 @@ void ActivityItem::cancel() {
     cancelTarget->cancel(*this);
   else if (cancelFunc)
     cancelFunc(*this);
-  ActivityController::shared().save(shared_from_this());
+  if (reporter) reporter->save(shared_from_this());
 }
 
 }  // namespace velmora

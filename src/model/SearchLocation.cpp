@@ -1,10 +1,8 @@
-#include "search/SearchLocation.h"
+#include "model/SearchLocation.h"
 
 #include "common/AppDirectories.h"
 #include "common/SharedAdditions.h"
 #include "platform/PathConventions.h"
-#include "search/DiskInfoManager.h"
-#include "search/FSUtilities.h"
 
 namespace velmora {
 
@@ -20,10 +18,9 @@ std::string homeDirectory() {
   return home;
 }
 
-std::vector<std::string> presetURLs(SearchLocationURLSet preset) {
+std::vector<std::string> presetURLs(SearchLocationURLSet preset, const std::vector<DiskInfo>& volumes) {
   if (preset == SearchLocationURLSet::home) return {homeDirectory()};
   std::vector<std::string> urls;
-  auto volumes = DiskInfoManager::shared().volumes();
   auto pick = [&](auto test) {
     for (const auto& disk : volumes)
       if (test(disk)) urls.push_back(disk.url);
@@ -84,11 +81,12 @@ SearchLocation SearchLocation::fromURLs(const std::vector<std::string>& urls, st
   return SearchLocation(std::move(targets), std::move(name));
 }
 
-SearchLocation SearchLocation::fromPreset(SearchLocationURLSet preset, std::string name) {
+SearchLocation SearchLocation::fromPreset(SearchLocationURLSet preset, const std::vector<DiskInfo>& volumes,
+                                          std::string name) {
   SearchLocation location;
   location.locationSet = preset;
   location.locationName = name.empty() ? velmora::locationName(preset) : std::move(name);
-  for (auto& url : presetURLs(preset)) location.allTargets.push_back(SearchTarget::forURL(std::move(url)));
+  for (auto& url : presetURLs(preset, volumes)) location.allTargets.push_back(SearchTarget::forURL(std::move(url)));
   return location;
 }
 
@@ -100,7 +98,7 @@ std::vector<std::string> SearchLocation::locationURLs() const {
 }
 
 std::vector<std::string> SearchLocation::disksForLocations() const {
-  return disksForLocations(FSUtilities::shared().conventions());
+  return disksForLocations(PathConventions::current());
 }
 
 std::vector<std::string> SearchLocation::disksForLocations(const PathConventions& conventions) const {
@@ -109,7 +107,7 @@ std::vector<std::string> SearchLocation::disksForLocations(const PathConventions
 
 std::vector<std::shared_ptr<CacheVC_IndexInterface>> SearchLocation::cachesForLocations(
     const std::vector<std::shared_ptr<CacheVC_IndexInterface>>& allIndexes) const {
-  const auto& conventions = FSUtilities::shared().conventions();
+  const auto& conventions = PathConventions::current();
   auto roots = conventions.namedBootVolumeURLsToSlashRoot(disksForLocations(conventions));
   std::vector<std::shared_ptr<CacheVC_IndexInterface>> caches;
   for (const auto& index : allIndexes) {
@@ -127,7 +125,7 @@ std::vector<std::shared_ptr<CacheVC_IndexInterface>> SearchLocation::cachesForLo
 }
 
 bool SearchLocation::pathIsInLocation(const std::string& path) const {
-  return pathIsInLocation(path, FSUtilities::shared().conventions());
+  return pathIsInLocation(path, PathConventions::current());
 }
 
 bool SearchLocation::pathIsInLocation(const std::string& path, const PathConventions& conventions) const {

@@ -10,6 +10,7 @@
 namespace velmora {
 
 class ActivityItem;
+class ActivityReporter;
 
 // Whoever owns a long piece of work and can stop it.
 class ActivityItemCancelProtocol {
@@ -51,9 +52,11 @@ class ActivityItem : public std::enable_shared_from_this<ActivityItem> {
   std::optional<int> currentItemPercentage;
   std::optional<std::string> currentItemTarget;
   bool didAutoShowController = false;
+  // The list the item was last saved to; set by the list itself.
+  ActivityReporter* reporter = nullptr;
 
   // Marks the item cancelled, tells its owner, and saves it so the row shows
-  // the change. Call it on an item that was saved to the shared controller.
+  // the change. Call it on an item that was saved to a reporter.
   void cancel();
 
   bool operator==(const ActivityItem& other) const { return id == other.id; }

@@ -18,9 +18,11 @@ struct FileSystemID {
 // One directory entry as a listing returns it, before it becomes a
 // SearchResult. All fields start empty, false, zero or absent.
 struct FSItemAndAttrs {
-  // The directory's path without a trailing slash, "/", and the name.
+  // The directory's path without a trailing slash, "/", and the name, in
+  // the file system's own bytes (not always UTF-8): what system calls take.
   std::string fullPath;
-  // The entry's name; bytes that are not UTF-8 are repaired, never rejected.
+  // The entry's name for matching and display; bytes that are not UTF-8
+  // are repaired, never rejected.
   std::string name;
   bool isDirectory = false;
   // Logical size of all of a file's data; 0 for a directory.

@@ -1,0 +1,38 @@
+#include "common/JSONText.h"
+
+#include <gtest/gtest.h>
+
+#include "common/TerminalText.h"
+
+namespace velmora {
+namespace {
+
+TEST(JSONText, BytesThatAreNotUTF8RoundTripThroughTheEscapedForm) {
+  EXPECT_EQ(JSONText::escaped("caf\xC3\xA9 a\\b"), "caf\xC3\xA9 a\\b");  // valid text is left alone
+  std::string bytes = "/t/caf\xE9\\x/\xFF\xFE\xC3";
+  std::string escaped = JSONText::escaped(bytes);
+  EXPECT_EQ(escaped, "/t/caf\\xE9\\\\x/\\xFF\\xFE\\xC3");
+  EXPECT_EQ(JSONText::unescaped(escaped), bytes);
+  // Overlong forms and surrogates are no UTF-8 either.
+  EXPECT_EQ(JSONText::escaped("\xC0\xAF\xED\xA0\x80"), "\\xC0\\xAF\\xED\\xA0\\x80");
+
+  nlohmann::ordered_json json = {{"path", bytes}, {"words", {"\xFF", "ok"}}, {"\xFE", 1}};
+  std::string dumped;
+  EXPECT_NO_THROW(dumped = JSONText::dump(json));
+  auto back = nlohmann::json::parse(dumped);
+  EXPECT_EQ(JSONText::unescaped(back["path"].get<std::string>()), bytes);
+  EXPECT_EQ(back["words"][0], "\\xFF");
+  EXPECT_EQ(back["\\xFE"], 1);
+  nlohmann::json plain = {{"a", "b"}};
+  EXPECT_EQ(JSONText::dump(plain, 2), plain.dump(2));
+}
+
+TEST(TerminalText, ControlCharactersAndStrayBytesAreMadeVisible) {
+  EXPECT_EQ(TerminalText::escaped("plain caf\xC3\xA9 \xE2\x82\xAC"), "plain caf\xC3\xA9 \xE2\x82\xAC");
+  EXPECT_EQ(TerminalText::escaped("a\nb\tc\rd\x1B[2Je\x7F\x01"), "a\\nb\\tc\\rd\\e[2Je\\x7F\\x01");
+  EXPECT_EQ(TerminalText::escaped("x\xC2\x9B" "1m"), "x\\xC2\\x9B1m");  // a C1 escape
+  EXPECT_EQ(TerminalText::escaped("bad\xFF\xE9"), "bad\\xFF\\xE9");
+}
+
+}  // namespace
+}  // namespace velmora
