@@ -26,7 +26,8 @@ public:
     };
 
     Status() = default;
-    Status(Code code, std::string message) : code_(code), message_(std::move(message)) {}
+    Status(Code code, std::string message, int libraryCode = 0)
+        : code_(code), message_(std::move(message)), libraryCode_(libraryCode) {}
 
     static Status success() { return {}; }
     static Status notFound(std::string m) { return {Code::notFound, std::move(m)}; }
@@ -44,6 +45,8 @@ public:
 
     bool ok() const { return code_ == Code::ok; }
     Code code() const { return code_; }
+    // The failing library's own code (an SQLite or LMDB result code), or 0.
+    int libraryCode() const { return libraryCode_; }
     const std::string& message() const { return message_; }
     /// The message, or "OK".
     std::string toString() const { return ok() ? std::string("OK") : message_; }
@@ -54,6 +57,7 @@ public:
 private:
     Code code_ = Code::ok;
     std::string message_;
+    int libraryCode_ = 0;
 };
 
 template <class T>

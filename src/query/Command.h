@@ -27,8 +27,12 @@ class Command {
   const std::vector<SentenceComponent>& commandConsumedParts() const { return consumedParts_; }
   void setCommandConsumedParts(std::vector<SentenceComponent> parts) { consumedParts_ = std::move(parts); }
 
-  // The command as query text, as the query editor writes it back.
+  // The command as text for people (lists, explanations).
   virtual std::string commandToString() const = 0;
+  // The command as query text that parses back to an equal command, as the
+  // query editor writes it: the words it was made from, else
+  // commandToString() (a command made by the user interface).
+  std::string commandToQueryText() const;
   // The text inserted when the command is offered as an example.
   virtual std::string commandExample() const = 0;
   // Tests one result, and may fill in fields of it (summary lines, ranks).

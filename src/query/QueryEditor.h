@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "query/Command.h"
+#include "query/QuerySettings.h"
 
 namespace velmora {
 
@@ -11,9 +12,11 @@ namespace velmora {
 // the word area stays as typed, the command area is written anew.
 class QueryEditor {
  public:
-  explicit QueryEditor(std::string query) : query(std::move(query)) {}
+  explicit QueryEditor(std::string query, QuerySettings settings = {})
+      : query(std::move(query)), settings(std::move(settings)) {}
 
   std::string query;
+  QuerySettings settings;
 
   // Text before the first ":", trimmed of blanks and tabs; all of it without one.
   std::string preCommandsQueryPortion() const;
@@ -22,8 +25,8 @@ class QueryEditor {
   // Removes the commands of the same type that the command stands for.
   std::string remove(const Command& command) const;
 
-  // ": " and the commands joined by blanks (empty for none); a command of the
-  // example's type writes its example.
+  // ": " and the commands' query texts joined by blanks (empty for none); a
+  // command of the example's type writes its example.
   static std::string commandsString(const std::vector<std::shared_ptr<Command>>& commands,
                                     const Command* example = nullptr);
 };

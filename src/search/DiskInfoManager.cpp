@@ -7,6 +7,7 @@
 
 #include "common/Logger.h"
 #include "common/MainQueue.h"
+#include "common/ObserverList.h"
 #include "platform/MountMonitor.h"
 #include "platform/VolumeTable.h"
 #include "search/FSUtilities.h"
@@ -15,14 +16,9 @@ namespace velmora {
 
 namespace {
 
-struct Observers {
-  std::mutex mutex;
-  std::map<int, DiskInfoManager::Observer> entries;
-  int next = 1;
-};
-
-Observers& observers() {
-  static Observers* instance = new Observers();
+// Never destroyed: observers may unregister during exit.
+ObserverList<>& observers() {
+  static auto* instance = new ObserverList<>();
   return *instance;
 }
 
@@ -130,29 +126,12 @@ void DiskInfoManager::tableChanged(const VolumeTable& table) {
   seenMountPoints_.set(std::move(mounted));
 }
 
-int DiskInfoManager::didChange(Observer observer) {
-  auto& all = observers();
-  std::lock_guard guard(all.mutex);
-  all.entries[all.next] = std::move(observer);
-  return all.next++;
-}
+int DiskInfoManager::didChange(Observer observer) { return observers().add(std::move(observer)); }
 
-void DiskInfoManager::removeObserver(int token) {
-  auto& all = observers();
-  std::lock_guard guard(all.mutex);
-  all.entries.erase(token);
-}
+void DiskInfoManager::removeObserver(int token) { observers().remove(token); }
 
 void DiskInfoManager::postRebuildLocationPopupNotification() {
-  MainQueue::async([] {
-    std::map<int, Observer> entries;
-    {
-      auto& all = observers();
-      std::lock_guard guard(all.mutex);
-      entries = all.entries;
-    }
-    for (auto& [token, observer] : entries) observer();
-  });
+  MainQueue::async([] { observers().notify(); });
 }
 
 }  // namespace velmora

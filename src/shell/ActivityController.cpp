@@ -65,17 +65,11 @@ std::shared_ptr<ActivityItem> ActivityController::isActivityForID(const std::str
 
 std::vector<std::shared_ptr<ActivityItem>> ActivityController::items() const { return items_; }
 
-int ActivityController::addObserver(Observer observer) {
-  observers_[nextToken_] = std::move(observer);
-  return nextToken_++;
-}
+int ActivityController::addObserver(Observer observer) { return observers_.add(std::move(observer)); }
 
-void ActivityController::removeObserver(int token) { observers_.erase(token); }
+void ActivityController::removeObserver(int token) { observers_.remove(token); }
 
-void ActivityController::postStatusChanged() {
-  auto observers = observers_;  // an observer may remove itself
-  for (auto& [token, observer] : observers) observer();
-}
+void ActivityController::postStatusChanged() { observers_.notify(); }
 
 void ActivityController::updateTimer() {
   Date now = scheduler_.clock().now();

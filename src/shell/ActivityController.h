@@ -8,6 +8,7 @@
 
 #include "common/Clock.h"
 #include "common/ActivityReporter.h"
+#include "common/ObserverList.h"
 
 namespace velmora {
 
@@ -57,8 +58,7 @@ class ActivityController final : public ActivityReporter {
   bool windowClosedManually_ = false;
   Date didChangeAt_{};
   std::function<void()> present_;
-  std::map<int, Observer> observers_;
-  int nextToken_ = 1;
+  ObserverList<> observers_;
 };
 
 }  // namespace velmora

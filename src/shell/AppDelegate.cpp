@@ -132,8 +132,8 @@ void AppDelegate::saveOpenWindowPaths() {
   SQLite* store = metadata_ ? metadata_() : nullptr;
   if (!store || !store->isOpen()) return;
   nlohmann::json paths = hooks_.openWindowPaths ? hooks_.openWindowPaths() : std::vector<std::string>{};
-  if (auto error = store->write(DBValue::json(JSONText::dump(paths)), "default", "openWindowPaths", DBFamily{"FileBrowserWC"}))
-    Logger::shared().log("Open window paths not saved: " + error->description);
+  if (Status error = store->write(DBValue::json(JSONText::dump(paths)), "default", "openWindowPaths", DBFamily{"FileBrowserWC"}); !error.ok())
+    Logger::shared().log("Open window paths not saved: " + error.message());
 }
 
 void AppDelegate::applicationWillTerminate() {

@@ -25,13 +25,13 @@ std::unique_ptr<SQLite> BrowsingMetadata::openIn(const fs::path& folder, const C
   fs::remove(folder / oldFileName, ec);  // an older format nobody reads any more
   fs::create_directories(folder, ec);
   fs::path file = folder / fileName;
-  if (auto error = store->open(file, SQLite::readWriteCreate)) {
-    Logger::shared().log("Browsing metadata: cannot open " + file.string() + ": " + error->description +
+  if (Status error = store->open(file, SQLite::readWriteCreate); !error.ok()) {
+    Logger::shared().log("Browsing metadata: cannot open " + file.string() + ": " + error.message() +
                          "; folder settings will not be kept");
     return store;
   }
-  if (auto error = store->setupForHierarchicalDBValue()) {
-    Logger::shared().log("Browsing metadata: " + file.string() + " is not usable (" + error->description +
+  if (Status error = store->setupForHierarchicalDBValue(); !error.ok()) {
+    Logger::shared().log("Browsing metadata: " + file.string() + " is not usable (" + error.message() +
                          "); it is left as it is and folder settings will not be kept");
     store->close();
     return store;

@@ -6,24 +6,12 @@
 
 namespace velmora {
 
-int ChangeNotifier::didChange(Handler call) {
-  std::lock_guard guard(mutex_);
-  int token = nextToken_++;
-  observers_.emplace(token, std::move(call));
-  return token;
-}
+int ChangeNotifier::didChange(Handler call) { return observers_.add(std::move(call)); }
 
-void ChangeNotifier::removeObserver(int token) {
-  std::lock_guard guard(mutex_);
-  observers_.erase(token);
-}
+void ChangeNotifier::removeObserver(int token) { observers_.remove(token); }
 
 void ChangeNotifier::post() const {
-  std::vector<Handler> calls;
-  {
-    std::lock_guard guard(mutex_);
-    for (auto& [token, call] : observers_) calls.push_back(call);
-  }
+  auto calls = observers_.snapshot();
   if (calls.empty()) return;
   MainQueue::async([calls = std::move(calls)] {
     for (auto& call : calls) call();

@@ -1,7 +1,7 @@
 #pragma once
 #include <functional>
-#include <map>
-#include <mutex>
+
+#include "common/ObserverList.h"
 #include <string>
 
 namespace velmora {
@@ -25,9 +25,7 @@ class ChangeNotifier {
 
  private:
   std::string name_;
-  mutable std::mutex mutex_;
-  std::map<int, Handler> observers_;
-  int nextToken_ = 1;
+  ObserverList<> observers_;
 };
 
 }  // namespace velmora

@@ -11,6 +11,28 @@
 namespace velmora {
 
 namespace {
+// SQLite's result code as one of ours, the code itself kept beside it.
+Status statusFor(int rc, std::string message) {
+  Status::Code code = Status::Code::ioError;
+  switch (rc & 0xff) {
+    case SQLITE_CONSTRAINT: code = Status::Code::invalidArgument; break;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED: code = Status::Code::busy; break;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB: code = Status::Code::corruption; break;
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+    case SQLITE_AUTH: code = Status::Code::permissionDenied; break;
+    case SQLITE_FULL: code = Status::Code::noSpace; break;
+    case SQLITE_CANTOPEN: code = Status::Code::notFound; break;
+    case SQLITE_MISUSE: code = Status::Code::internal; break;
+    default: break;
+  }
+  return {code, std::move(message), rc};
+}
+}  // namespace
+
+namespace {
 // Names and keys are written into the lookups as SQL text; doubling quotes
 // keeps a folder called "Bob's" from breaking the statement.
 std::string literal(std::string_view text) {
@@ -39,7 +61,7 @@ SQLite::SQLite()
 
 SQLite::~SQLite() = default;
 
-std::optional<SQLiteError> SQLite::open(const std::filesystem::path& file, int flags) {
+Status SQLite::open(const std::filesystem::path& file, int flags) {
   close();
   sqlite3* raw = nullptr;
   int rc = sqlite3_open_v2(file.c_str(), &raw, flags, nullptr);
@@ -47,17 +69,16 @@ std::optional<SQLiteError> SQLite::open(const std::filesystem::path& file, int f
     int savedErrno = errno;
     std::string message = raw ? sqlite3_errmsg(raw) : sqlite3_errstr(rc);
     if (raw) sqlite3_close(raw);
-    SQLiteError error{SQLiteError::sqliteDomain, rc,
-                      "SQLite: " + message + " Path: " + file.string() + " errno is:" + std::to_string(savedErrno)};
+    Status error = statusFor(rc, "SQLite: " + message + " Path: " + file.string() + " errno is:" + std::to_string(savedErrno));
     if (errorHandler) errorHandler(error);
     return error;
   }
   db_.reset(raw);
   sqliteFile_ = file;
-  return std::nullopt;
+  return {};
 }
 
-std::optional<SQLiteError> SQLite::openInMemory() {
+Status SQLite::openInMemory() {
   return open("file::memory:?cache=shared", readWriteCreate | SQLITE_OPEN_URI);
 }
 
@@ -66,27 +87,27 @@ void SQLite::close() {
   sqliteFile_.reset();
 }
 
-SQLiteError SQLite::makeError(int code, std::string_view extraNote) {
+Status SQLite::makeError(int code, std::string_view extraNote) {
   const char* message = db_ ? sqlite3_errmsg(db_.get()) : nullptr;
-  std::string text = message ? message : "Unknown error. Coulnd't get error from sqlite.";
-  return SQLiteError{SQLiteError::sqliteDomain, code, "SQLite: " + text + std::string(extraNote)};
+  std::string text = message ? message : "Unknown error. Couldn't get error from sqlite.";
+  return statusFor(code, "SQLite: " + text + std::string(extraNote));
 }
 
-SQLiteResult SQLite::fail(SQLiteError error) {
+Status SQLite::fail(Status error) {
   if (errorHandler) errorHandler(error);
-  return SQLiteResult{{}, std::move(error)};
+  return error;
 }
 
-SQLiteResult SQLite::query(std::string_view sql, const std::vector<SQLiteValue>& arguments) {
+Result<std::vector<SQLiteRow>> SQLite::query(std::string_view sql, const std::vector<SQLiteValue>& arguments) {
   if (shouldPrintSql && sqlPrinter) sqlPrinter(sql);
-  if (!db_) return fail(SQLiteError{SQLiteError::sqliteDomain, SQLITE_MISUSE, "SQLite: the database is not open"});
+  if (!db_) return fail(statusFor(SQLITE_MISUSE, "SQLite: the database is not open"));
   SQLiteStatement statement;
   if (int rc = statement.prepare(db_.get(), sql); rc != SQLITE_OK)
     return fail(makeError(rc, " (" + std::string(sql) + ")"));
   if (int rc = statement.bind(arguments); rc != SQLITE_OK) return fail(makeError(rc));
-  SQLiteResult result;
+  std::vector<SQLiteRow> result;
   int rc;
-  while ((rc = statement.step()) == SQLITE_ROW) result.rows.push_back(statement.row());
+  while ((rc = statement.step()) == SQLITE_ROW) result.push_back(statement.row());
   if (rc != SQLITE_DONE) {
     if (rc == SQLITE_CONSTRAINT && ignoreUniqueConstraintErrors) return result;
     return fail(makeError(rc));
@@ -94,22 +115,22 @@ SQLiteResult SQLite::query(std::string_view sql, const std::vector<SQLiteValue>&
   return result;
 }
 
-std::optional<SQLiteError> SQLite::execute(std::string_view sql, const std::vector<SQLiteValue>& arguments) {
-  return query(sql, arguments).error;
+Status SQLite::execute(std::string_view sql, const std::vector<SQLiteValue>& arguments) {
+  return query(sql, arguments).status();
 }
 
-std::optional<SQLiteError> SQLite::startTransaction() { return execute("begin transaction"); }
+Status SQLite::startTransaction() { return execute("begin transaction"); }
 
-std::optional<SQLiteError> SQLite::endTransaction() {
+Status SQLite::endTransaction() {
   auto error = execute("end transaction");
   if (db_) sqlite3_db_cacheflush(db_.get());
   return error;
 }
 
-std::optional<SQLiteError> SQLite::transaction(const std::function<std::optional<SQLiteError>()>& f) {
-  if (auto error = startTransaction()) return error;
-  if (auto error = f()) {
-    execute("rollback transaction");
+Status SQLite::transaction(const std::function<Status()>& f) {
+  if (Status error = startTransaction(); !error.ok()) return error;
+  if (Status error = f(); !error.ok()) {
+    execute("rollback transaction").ignore();  // the first failure is the one to report
     return error;
   }
   return endTransaction();
@@ -117,13 +138,13 @@ std::optional<SQLiteError> SQLite::transaction(const std::function<std::optional
 
 std::int64_t SQLite::lastInsertRowid() const { return db_ ? sqlite3_last_insert_rowid(db_.get()) : 0; }
 
-std::optional<SQLiteError> SQLite::cleanup() {
+Status SQLite::cleanup() {
   for (const char* sql : {"PRAGMA analysis_limit=400;", "PRAGMA optimize;", "vacuum"})
-    if (auto error = execute(sql)) return error;
-  return std::nullopt;
+    if (Status error = execute(sql); !error.ok()) return error;
+  return {};
 }
 
-std::optional<SQLiteError> SQLite::setupForHierarchicalDBValue() {
+Status SQLite::setupForHierarchicalDBValue() {
   static const char* const schema[] = {
       "create table if not exists families (familyID integer primary key, name text)",
       "create unique index if not exists uniqueFamilysNameIndex on families (name)",
@@ -137,8 +158,8 @@ std::optional<SQLiteError> SQLite::setupForHierarchicalDBValue() {
       "create unique index if not exists uniqueParentRecordIDNameIndex on fields (parentRecordID,fieldNameID)",
   };
   for (const char* sql : schema)
-    if (auto error = execute(sql)) return error;
-  return std::nullopt;
+    if (Status error = execute(sql); !error.ok()) return error;
+  return {};
 }
 
 std::int64_t SQLite::nowSeconds() const {
@@ -147,35 +168,35 @@ std::int64_t SQLite::nowSeconds() const {
 
 std::optional<std::int64_t> SQLite::lookupID(const std::string& sql, const char* column) {
   auto result = query(sql);
-  if (!result.ok() || result.rows.empty()) return std::nullopt;
-  return integerIn(result.rows.front(), column);
+  if (!result.ok() || result->empty()) return std::nullopt;
+  return integerIn(result->front(), column);
 }
 
 std::optional<std::int64_t> SQLite::lookupOrInsert(const std::string& select, const char* column,
                                                    std::string_view insert,
                                                    const std::vector<SQLiteValue>& arguments,
-                                                   std::optional<SQLiteError>& error) {
+                                                   Status& error) {
   if (auto id = lookupID(select, column)) return id;
-  if ((error = execute(insert, arguments))) return std::nullopt;
+  if (error = execute(insert, arguments); !error.ok()) return std::nullopt;
   return lookupID(select, column);
 }
 
-std::optional<SQLiteError> SQLite::write(const DBValue& value, const std::string& field, const std::string& key,
+Status SQLite::write(const DBValue& value, const std::string& field, const std::string& key,
                                          const DBFamily& family) {
   std::int64_t now = nowSeconds();
-  std::optional<SQLiteError> error;
+  Status error;
   auto fieldNameID =
       lookupOrInsert("select fieldNameID from fieldNames where name is " + literal(field), "fieldNameID",
                      "insert into fieldNames (name) values (?)", {field}, error);
-  if (!fieldNameID) return error ? error : makeError(SQLITE_ERROR, " (no field name id)");
+  if (!fieldNameID) return !error.ok() ? error : makeError(SQLITE_ERROR, " (no field name id)");
   auto familyID = lookupOrInsert("select familyID from families where name is " + literal(family.name),
                                  "familyID", "insert into families (name) values (?)", {family.name}, error);
-  if (!familyID) return error ? error : makeError(SQLITE_ERROR, " (no family id)");
+  if (!familyID) return !error.ok() ? error : makeError(SQLITE_ERROR, " (no family id)");
   auto recordID = lookupOrInsert("select recordID from records where key is " + literal(key) +
                                      " and parentFamilyID is '" + std::to_string(*familyID) + "'",
                                  "recordID", "insert into records (key,parentFamilyID) values (?,?)",
                                  {key, *familyID}, error);
-  if (!recordID) return error ? error : makeError(SQLITE_ERROR, " (no record id)");
+  if (!recordID) return !error.ok() ? error : makeError(SQLITE_ERROR, " (no record id)");
 
   const char* column = DBValue::columnName(value.kind());
   SQLiteValue bound;
@@ -190,8 +211,8 @@ std::optional<SQLiteError> SQLite::write(const DBValue& value, const std::string
   auto inserted = execute(std::string("insert into fields (parentRecordID,fieldNameID,lastModified,") + column +
                               ") values (?,?,?,?)",
                           {*recordID, *fieldNameID, now, bound});
-  if (!inserted) return std::nullopt;
-  if (inserted->domain != SQLiteError::sqliteDomain || inserted->code != SQLITE_CONSTRAINT) return inserted;
+  if (inserted.ok()) return {};
+  if ((inserted.libraryCode() & 0xff) != SQLITE_CONSTRAINT) return inserted;
   // The field exists already: overwrite its value and time.
   return execute(std::string("update fields set ") + column + " = " + value.sqlLiteral() + ", lastModified = '" +
                  std::to_string(now) + "' where parentRecordID is '" + std::to_string(*recordID) +
@@ -210,8 +231,8 @@ std::optional<DBValue> SQLite::read(DBValue::Kind kind, const std::string& field
   if (!recordID) return std::nullopt;
   auto result = query("select * from fields where parentRecordID = " + std::to_string(*recordID) +
                       " and fieldNameID = '" + std::to_string(*fieldNameID) + "'");
-  if (!result.ok() || result.rows.empty()) return std::nullopt;
-  const SQLiteRow& row = result.rows.front();
+  if (!result.ok() || result->empty()) return std::nullopt;
+  const SQLiteRow& row = result->front();
   auto it = row.find(DBValue::columnName(kind));
   if (it == row.end()) return std::nullopt;
   const SQLiteValue& cell = it->second;
@@ -241,13 +262,13 @@ std::optional<DBValue> SQLite::read(DBValue::Kind kind, const std::string& field
 
 void SQLite::purge(int recordsOlderThanDays, const DBFamily& family) {
   auto familyRows = query("select * from families where name is " + literal(family.name));
-  if (!familyRows.ok() || familyRows.rows.empty()) return;
-  auto familyID = integerIn(familyRows.rows.front(), "familyID");
+  if (!familyRows.ok() || familyRows->empty()) return;
+  auto familyID = integerIn(familyRows->front(), "familyID");
   if (!familyID) return;
   auto recordRows = query("select * from records where parentFamilyID is '" + std::to_string(*familyID) + "'");
   if (!recordRows.ok()) return;
   std::set<std::int64_t> records;
-  for (const auto& row : recordRows.rows)
+  for (const auto& row : *recordRows)
     if (auto id = integerIn(row, "recordID")) records.insert(*id);
   auto fieldRows = query("select fieldID,parentRecordID,lastModified from fields");
   if (!fieldRows.ok()) return;
@@ -256,7 +277,7 @@ void SQLite::purge(int recordsOlderThanDays, const DBFamily& family) {
   std::int64_t limit = static_cast<std::int64_t>(recordsOlderThanDays) * 86400;
   std::vector<std::int64_t> staleFields;
   std::set<std::int64_t> staleRecords;
-  for (const auto& row : fieldRows.rows) {
+  for (const auto& row : *fieldRows) {
     auto fieldID = integerIn(row, "fieldID");
     auto parent = integerIn(row, "parentRecordID");
     auto modified = integerIn(row, "lastModified");
@@ -268,16 +289,16 @@ void SQLite::purge(int recordsOlderThanDays, const DBFamily& family) {
   }
   if (staleFields.empty()) return;
 
-  auto error = transaction([&]() -> std::optional<SQLiteError> {
+  Status error = transaction([&]() -> Status {
     for (auto id : staleFields)
-      if (auto e = execute("delete from fields where fieldID is '" + std::to_string(id) + "'")) return e;
+      if (Status e = execute("delete from fields where fieldID is '" + std::to_string(id) + "'"); !e.ok()) return e;
     for (auto id : staleRecords)
-      if (auto e = execute("delete from records where recordID is '" + std::to_string(id) + "'")) return e;
-    return std::nullopt;
+      if (Status e = execute("delete from records where recordID is '" + std::to_string(id) + "'"); !e.ok()) return e;
+    return {};
   });
-  if (!error) error = execute("vacuum");
-  if (!error) error = execute("analyze");
-  if (error) VLOG("purge of {} stopped: {}", family.name, error->description);
+  if (error.ok()) error = execute("vacuum");
+  if (error.ok()) error = execute("analyze");
+  if (!error.ok()) VLOG("purge of {} stopped: {}", family.name, error.message());
 }
 
 }  // namespace velmora

@@ -9,19 +9,12 @@
 
 #include "common/Clock.h"
 #include "stores/DBValue.h"
-#include "stores/SQLiteError.h"
+#include "common/Result.h"
 #include "stores/SQLiteStatement.h"
 
 struct sqlite3;
 
 namespace velmora {
-
-// The rows of a query, or the error that stopped it.
-struct SQLiteResult {
-  std::vector<SQLiteRow> rows;
-  std::optional<SQLiteError> error;
-  bool ok() const { return !error; }
-};
 
 // A thin owner of one SQLite connection, and on top of it a three-level
 // store: a family holds records by key, a record holds fields by name, a
@@ -36,37 +29,39 @@ class SQLite {
   SQLite(const SQLite&) = delete;
   SQLite& operator=(const SQLite&) = delete;
 
-  std::function<void(const SQLiteError&)> errorHandler;
+  // Told of every failure; the status's libraryCode() is SQLite's result code
+  // and its message starts with "SQLite: ".
+  std::function<void(const Status&)> errorHandler;
   bool shouldPrintSql = false;
   bool ignoreUniqueConstraintErrors = false;
   // Where printed SQL goes (standard output unless replaced).
   std::function<void(std::string_view sql)> sqlPrinter;
 
-  std::optional<SQLiteError> open(const std::filesystem::path& file, int flags = readWriteCreate);
-  std::optional<SQLiteError> openInMemory();
+  Status open(const std::filesystem::path& file, int flags = readWriteCreate);
+  Status openInMemory();
   void close();
   bool isOpen() const { return db_ != nullptr; }
   const std::optional<std::filesystem::path>& sqliteFile() const { return sqliteFile_; }
 
   // Runs the first statement of `sql` with the arguments bound to ?1, ?2, ...
-  SQLiteResult query(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
-  std::optional<SQLiteError> execute(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
+  Result<std::vector<SQLiteRow>> query(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
+  Status execute(std::string_view sql, const std::vector<SQLiteValue>& arguments = {});
 
   // begin, f, end, then the cache is flushed; a failing f rolls back.
-  std::optional<SQLiteError> transaction(const std::function<std::optional<SQLiteError>()>& f);
-  std::optional<SQLiteError> startTransaction();
-  std::optional<SQLiteError> endTransaction();
+  Status transaction(const std::function<Status()>& f);
+  Status startTransaction();
+  Status endTransaction();
   std::int64_t lastInsertRowid() const;
 
   // Lets SQLite refresh its statistics, then compacts the file.
-  std::optional<SQLiteError> cleanup();
+  Status cleanup();
 
   // The hierarchical store.
-  std::optional<SQLiteError> setupForHierarchicalDBValue();
+  Status setupForHierarchicalDBValue();
   // Finds nothing, and creates nothing, for unknown names.
   std::optional<DBValue> read(DBValue::Kind kind, const std::string& field, const std::string& key,
                               const DBFamily& family);
-  std::optional<SQLiteError> write(const DBValue& value, const std::string& field, const std::string& key,
+  Status write(const DBValue& value, const std::string& field, const std::string& key,
                                    const DBFamily& family);
   // Deletes the family's fields older than `days` and their records; only
   // then compacts. Errors are logged and otherwise ignored.
@@ -76,12 +71,12 @@ class SQLite {
   void setClock(const Clock& clock) { clock_ = &clock; }
 
  private:
-  SQLiteError makeError(int code, std::string_view extraNote = {});
-  SQLiteResult fail(SQLiteError error);
+  Status makeError(int code, std::string_view extraNote = {});
+  Status fail(Status error);
   std::optional<std::int64_t> lookupID(const std::string& sql, const char* column);
   std::optional<std::int64_t> lookupOrInsert(const std::string& select, const char* column,
                                              std::string_view insert, const std::vector<SQLiteValue>& arguments,
-                                             std::optional<SQLiteError>& error);
+                                             Status& error);
   std::int64_t nowSeconds() const;
 
   struct Closer {

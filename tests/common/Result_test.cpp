@@ -27,3 +27,4 @@ TEST(Result, HoldsValueOrFailureAndMapsErrno) {
 }
 
 }  // namespace velmora
+

@@ -110,6 +110,13 @@ TEST_F(AttributeCommands, ExtensionsLengthsAndExpressions) {
   RegexCommand regex("^a.*z$");
   EXPECT_EQ(apply(regex, "/q/ABZ"), accept);
   EXPECT_EQ(apply(regex, "/q/abc"), exclude);
+  // Long names: the text matched must stay alive while the matcher runs.
+  RegexCommand start("^a"), inner("abc");
+  for (int repeat = 0; repeat < 50; ++repeat) {
+    EXPECT_EQ(apply(start, "/q/abcdefghijklmnopqrstuvwxyz0123456789abcdefghijklmnop.txt"), accept);
+    EXPECT_EQ(apply(inner, "/q/abcdefghijklmnopqrstuvwxyz0123456789.txt"), accept);
+    EXPECT_EQ(apply(inner, "/q/xyzxyzxyzxyzxyzxyzxyzxyzxyzxyzxyzxyzxyzxyz-abc.txt"), accept);
+  }
   RegexCommand broken("a(b");
   EXPECT_FALSE(broken.hasMatcher());
   EXPECT_EQ(apply(broken, "/q/ab"), skip);

@@ -77,6 +77,42 @@ TEST_F(DateLanguage, MonthNamesWithoutYearMeanTheirLatestPast) {
   EXPECT_FALSE(make("thisTimeUnit", {CalendarComponent::day}, *h));
 }
 
+// Ranges of months follow the calendar into the next year, and the "last"
+// phrases reach back over the new year when the clock is in January.
+TEST_F(DateLanguage, RangesAndLastUnitsAcrossTheNewYear) {
+  ManualClock november{utc(2026, 11, 23, 10)};
+  DateHelper late("en_US", "UTC", november);
+  EXPECT_EQ(range(*make("monthToMonth", {12, 2}, late)), std::make_pair(utc(2025, 12, 1), utc(2026, 3, 1)));
+  EXPECT_EQ(range(*make("monthDayToMonth", {12, 5, 2}, late)), std::make_pair(utc(2025, 12, 5), utc(2026, 2, 1)));
+  EXPECT_EQ(range(*make("monthToMonth", {3, 5}, late)), std::make_pair(utc(2026, 3, 1), utc(2026, 6, 1)));
+  // Both months still to come this year: last year's.
+  EXPECT_EQ(range(*make("monthToMonth", {12, 12}, late)), std::make_pair(utc(2025, 12, 1), utc(2026, 1, 1)));
+  auto february = helper();  // the clock stands in February 2025
+  EXPECT_EQ(range(*make("monthToMonth", {3, 5}, *february)), std::make_pair(utc(2024, 3, 1), utc(2024, 6, 1)));
+  EXPECT_EQ(range(*make("monthToMonth", {11, 1}, *february)), std::make_pair(utc(2024, 11, 1), utc(2025, 2, 1)));
+
+  ManualClock january{utc(2026, 1, 15, 9)};  // a Thursday
+  DateHelper early("en_US", "UTC", january);
+  EXPECT_EQ(range(*make("lastTimeUnit", {CalendarComponent::month}, early)),
+            std::make_pair(utc(2025, 12, 1), utc(2026, 1, 1)));
+  EXPECT_EQ(range(*make("lastTimeUnit", {CalendarComponent::year}, early)),
+            std::make_pair(utc(2025, 1, 1), utc(2025, 12, 31)));
+  // The week around January 8, starting on Sunday in en_US.
+  EXPECT_EQ(range(*make("lastTimeUnit", {CalendarComponent::weekOfYear}, early)),
+            std::make_pair(utc(2026, 1, 4), utc(2026, 1, 11)));
+  ManualClock newYear{utc(2026, 1, 3, 12)};  // the week before reaches into December
+  DateHelper third("en_US", "UTC", newYear);
+  EXPECT_EQ(range(*make("lastTimeUnit", {CalendarComponent::weekOfYear}, third)),
+            std::make_pair(utc(2025, 12, 21), utc(2025, 12, 28)));
+  // Through the language as typed.
+  DateHelper::setShared(std::make_shared<const DateHelper>("en_US", "UTC", november));
+  QueryContainer query(": modified december to february");
+  auto command = query.findCommand<DateCommand>();
+  DateHelper::setShared(nullptr);
+  ASSERT_TRUE(command);
+  EXPECT_EQ(range(command->when), std::make_pair(utc(2025, 12, 1), utc(2026, 3, 1)));
+}
+
 TEST_F(DateLanguage, RelativeUnitsUseTheLanguageFactors) {
   auto h = helper();
   // "last 2 years" reaches back 2 x 2555 days, about 14 years.

@@ -35,8 +35,8 @@ class AppDelegateTest : public ::testing::Test {
     MainQueue::adoptCurrentThread();
     PreferenceStore::resetShared(home.path() / "preferences.json");
     Logger::shared().setEcho(false);
-    ASSERT_FALSE(store.open(home.path() / "meta.sql"));
-    ASSERT_FALSE(store.setupForHierarchicalDBValue());
+    ASSERT_TRUE(store.open(home.path() / "meta.sql").ok());
+    ASSERT_TRUE(store.setupForHierarchicalDBValue().ok());
     Alert::setPresenter([this](const Alert& alert, Alert::Completion done) {
       alerts.push_back(alert.title);
       if (done) done(answer);

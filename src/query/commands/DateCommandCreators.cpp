@@ -76,9 +76,14 @@ std::optional<DateCommandWhen> twoDatesToDate(const DateComponents& first, const
   auto a = helper.toDateWithYearInPast(first);
   if (!a) return std::nullopt;
   DateComponents secondAdjusted = second;
-  if (secondFollowsFirst) {
+  if (secondFollowsFirst && first.year && first.month && second.month) {
+    // The second month follows the first through the calendar: in the year
+    // the first landed in, or the next one when it comes earlier in the year
+    // ("december to february" spans the new year).
     auto asGiven = helper.date(first);
-    if (asGiven && *asGiven != *a && secondAdjusted.year) *secondAdjusted.year -= 1;
+    int year = *first.year - (asGiven && *asGiven != *a ? 1 : 0);
+    if (*second.month < *first.month) ++year;
+    secondAdjusted.year = year;
   }
   auto b = helper.date(secondAdjusted);
   if (!b) return std::nullopt;

@@ -44,7 +44,10 @@ CommandApplyResult RegexCommand::commandImpApply(SearchResult& result, SearchDat
   if (!matcher_) return CommandApplyResult::skip;
   const std::string name = plainLowercase(commandsupport::lastPathComponent(result.path));
   UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::RegexMatcher> m(matcher_->matcher(icu::UnicodeString::fromUTF8(name), status));
+  // The matcher reads the text it is given for as long as it lives: the text
+  // must outlive it.
+  const icu::UnicodeString text = icu::UnicodeString::fromUTF8(name);
+  std::unique_ptr<icu::RegexMatcher> m(matcher_->matcher(text, status));
   if (U_FAILURE(status) || !m) return CommandApplyResult::exclude;
   // A runaway pattern stops here and counts as no match.
   m->setTimeLimit(200, status);
