@@ -33,6 +33,7 @@
 #include "search/SearchManager.h"
 #include "search/results/SearchResultSort.h"
 #include "shell/QueryWindowContentController.h"
+#include "shell/ProgressVC.h"
 #include "shell/SearchSources.h"
 
 namespace velmora::app {
@@ -44,29 +45,17 @@ std::atomic<int> interruptedBy{0};
 
 extern "C" void onInterrupt(int signal) { interruptedBy = signal; }
 
-// "1,234": the count as the progress line groups it.
-std::string grouped(std::int64_t value) {
-  std::string digits = std::to_string(value < 0 ? -value : value);
-  std::string out;
-  for (std::size_t i = 0; i < digits.size(); ++i) {
-    if (i > 0 && (digits.size() - i) % 3 == 0) out += ',';
-    out += digits[i];
-  }
-  return value < 0 ? "-" + out : out;
-}
-
-std::string countText(std::int64_t found) {
-  if (found < 1) return "No items found";
-  if (found == 1) return "1 item found";
-  return grouped(found) + " items found";
-}
-
+// The window's progress line, word for word: the command line says what
+// the window would show.
 std::string progressText(std::int64_t found, std::int64_t files, std::int64_t folders, std::int64_t queued) {
-  std::string text = countText(found) + " ";
-  if (files >= 1) text += grouped(files) + " files searched. ";
-  if (folders >= 1) text += grouped(folders) + " folders searched. ";
-  if (queued >= 1) text += grouped(queued) + " queued. ";
-  return text + "Search Continues...";
+  ProgressVC progress;
+  progress.searchInProgress = true;
+  progress.foundItemsCount = found;
+  progress.searchedNumberOfFiles = files;
+  progress.searchedInsideNumberOfDirectories = folders;
+  progress.itemsWaitingInQueue = queued;
+  progress.update();
+  return progress.text();
 }
 
 // The result loop's pauses were made for a window that refreshes a few
@@ -215,10 +204,10 @@ class TerminalSearch final : public SearchManagerDelegate {
     if (writer_.failed()) {
       std::fprintf(stderr, "velmora: cannot write the results: %s\n", std::strerror(writer_.error()));
     } else if (int signal = interruptedBy.load()) {
-      std::fprintf(stderr, "%s. Search stopped (%s).\n", countText(found_).c_str(),
+      std::fprintf(stderr, "%s. Search stopped (%s).\n", ProgressVC::countText(found_).c_str(),
                    signal == SIGINT ? "interrupted" : "terminated");
     } else {
-      std::fprintf(stderr, "%s. Search complete.\n", countText(found_).c_str());
+      std::fprintf(stderr, "%s. Search complete.\n", ProgressVC::countText(found_).c_str());
     }
     MainQueue::stop();
   }

@@ -11,43 +11,9 @@
 
 namespace velmora {
 
-std::string_view NameMatching::lastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  if (path == "/") return path;
-  auto slash = path.rfind('/');
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
 
-std::string_view NameMatching::deletingLastPathComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  auto slash = path.rfind('/');
-  if (slash == std::string_view::npos) return {};
-  if (slash == 0) return path.substr(0, 1);
-  return path.substr(0, slash);
-}
 
-std::string_view NameMatching::pathExtension(std::string_view path) {
-  std::string_view name = lastPathComponent(path);
-  auto dot = name.rfind('.');
-  if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return {};
-  return name.substr(dot + 1);
-}
 
-std::string NameMatching::localizedLowercase(std::string_view text) {
-  bool ascii = true;
-  for (unsigned char c : text)
-    if (c >= 0x80) {
-      ascii = false;
-      break;
-    }
-  if (ascii) return plainLowercase(text);
-  icu::UnicodeString u =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-  u.toLower(icu::Locale::getDefault());
-  std::string out;
-  u.toUTF8String(out);
-  return out;
-}
 
 namespace {
 struct Folded {

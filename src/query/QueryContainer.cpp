@@ -16,6 +16,8 @@
 #include "query/commands/WildcardWords.h"
 #include "model/SearchDataSource.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -84,7 +86,7 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
   showAppsFromAnywhere = settings.showAppsFoundAnywhere;
   baseString.reserve(text.size());
   for (char c : text) baseString.push_back(c == '\n' ? ' ' : c);
-  baseStringLowercase = plainLowercase(baseString);
+  baseStringLowercase = TextCase::plainLowercase(baseString);
   ignoreList = freshIgnoreList();
 
   allWords = SentenceComponent::parseWords(baseString);
@@ -131,7 +133,7 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
     auto close = [&] {
       if (group.empty()) return;
       std::vector<std::string> lowered;
-      for (const auto& g : group) lowered.push_back(plainLowercase(g));
+      for (const auto& g : group) lowered.push_back(TextCase::plainLowercase(g));
       orStringGroupsOriginalCase.push_back(std::move(group));
       orStringGroups.push_back(std::move(lowered));
       group.clear();
@@ -250,7 +252,7 @@ bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view nam
   }
 
   const bool caseSensitive = isCaseSensitive;
-  const std::string subject = caseSensitive ? std::string(name) : NameMatching::localizedLowercase(name);
+  const std::string subject = caseSensitive ? std::string(name) : TextCase::localizedLowercase(name);
   const auto& words = caseSensitive ? searchWordsOriginalCase : searchWords;
   const auto& groups = caseSensitive ? orStringGroupsOriginalCase : orStringGroups;
 
@@ -259,7 +261,7 @@ bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view nam
   if (byWholeWords) {
     wholeWords = wholeWordsFromFileName(name);
     if (!caseSensitive)
-      for (auto& w : wholeWords) w = NameMatching::localizedLowercase(w);
+      for (auto& w : wholeWords) w = TextCase::localizedLowercase(w);
   }
   auto matches = [&](const std::string& word) {
     if (byWholeWords) return std::find(wholeWords.begin(), wholeWords.end(), word) != wholeWords.end();
@@ -273,10 +275,10 @@ bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view nam
 
 bool QueryContainer::searchResultPassesFiltering(SearchResult& searchResult, SearchDataSourceDelegate* feedback) const {
   if (ignoreList && (ignoreList->includesFolder(searchResult.path) ||
-                     ignoreList->containsExtension(NameMatching::pathExtension(searchResult.path))))
+                     ignoreList->containsExtension(PathText::pathExtension(searchResult.path))))
     return false;
   const bool nameMatches =
-      fsItemNameStringIncludesWordsFromQuery(NameMatching::lastPathComponent(searchResult.path));
+      fsItemNameStringIncludesWordsFromQuery(PathText::lastPathComponent(searchResult.path));
   // Every command runs, even after a veto: commands may fill in the result.
   bool excluded = false;
   for (const auto& command : commandsFoundInQuery) {
@@ -288,8 +290,8 @@ bool QueryContainer::searchResultPassesFiltering(SearchResult& searchResult, Sea
 }
 
 bool QueryContainer::pathIsInQueryLocation(const std::string& path) const {
-  if (showAppsFromAnywhere && NameMatching::pathExtension(path) == "app") {
-    std::string name = plainLowercase(NameMatching::lastPathComponent(path));
+  if (showAppsFromAnywhere && PathText::pathExtension(path) == "app") {
+    std::string name = TextCase::plainLowercase(PathText::lastPathComponent(path));
     std::string_view stem = std::string_view(name).substr(0, name.find('.'));
     std::string_view query = std::string_view(baseStringLowercase).substr(0, baseStringLowercase.find('.'));
     if (stem == query) return true;
@@ -300,7 +302,7 @@ bool QueryContainer::pathIsInQueryLocation(const std::string& path) const {
 }
 
 std::vector<SearchResult> QueryContainer::expandMatchingItemsForSearchResult(const SearchResult& result) const {
-  std::string folderPath(NameMatching::deletingLastPathComponent(result.path));
+  std::string folderPath(PathText::deletingLastPathComponent(result.path));
   folderPath += "/";
   std::vector<std::string> folders;
   for (const auto& word : searchWords) {

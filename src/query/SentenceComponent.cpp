@@ -1,6 +1,7 @@
 #include "query/SentenceComponent.h"
 
 #include "query/TextCharacters.h"
+#include "common/TextCase.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
@@ -25,26 +26,6 @@ bool isWhitespaceOrNewline(char32_t c) {
 
 }  // namespace
 
-std::string plainLowercase(std::string_view text) {
-  bool ascii = true;
-  for (unsigned char c : text)
-    if (c >= 0x80) {
-      ascii = false;
-      break;
-    }
-  std::string out;
-  if (ascii) {
-    out.assign(text);
-    for (char& c : out)
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return out;
-  }
-  icu::UnicodeString u = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-  u.toLower(icu::Locale::getRoot());
-  u.toUTF8String(out);
-  return out;
-}
-
 std::vector<SentenceComponent> SentenceComponent::parseWords(std::string_view text, const SentenceComponent* parent) {
   std::vector<SentenceComponent> words;
   std::vector<TextCharacter> chars = textCharacters(text);
@@ -60,7 +41,7 @@ std::vector<SentenceComponent> SentenceComponent::parseWords(std::string_view te
   auto emit = [&](int end, bool quoted, Wildcard kind) {
     if (emptyWord) return;
     SentenceComponent c;
-    c.textLowered = plainLowercase(word);
+    c.textLowered = TextCase::plainLowercase(word);
     c.textOriginalCase = word;
     c.position = {wordStart, end};
     c.isAfterAColon = afterColon;

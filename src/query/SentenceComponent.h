@@ -70,8 +70,6 @@ struct SentenceCompareResult {
 SentenceCompareResult compare(const std::vector<SentenceComponent>& parts,
                               const std::vector<SentenceComponent>& other);
 
-// Lowercase by Unicode's default rules, independent of the user's locale.
-std::string plainLowercase(std::string_view text);
 
 // Whether a component equal to `c` is in `list`.
 bool containsComponent(const std::vector<SentenceComponent>& list, const SentenceComponent& c);

@@ -1,5 +1,7 @@
 #include "search/FSUtilities.h"
 
+#include "common/PathText.h"
+
 #include <sys/stat.h>
 
 #include "search/DirectoryIterator.h"
@@ -7,12 +9,6 @@
 namespace velmora {
 
 namespace {
-
-std::string_view pathExtension(std::string_view component) {
-  auto dot = component.rfind('.');
-  if (dot == std::string_view::npos || dot == 0) return {};
-  return component.substr(dot + 1);
-}
 
 bool exists(const std::string& path) {
   struct stat info {};
@@ -68,7 +64,7 @@ bool FSUtilities::isInvisibleOrInsidePackage(const std::string& fullPath) {
     start = end + 1;
     if (part.front() == '.') return true;
     if (part.find('.') == std::string_view::npos) continue;
-    std::string_view extension = pathExtension(part);
+    std::string_view extension = PathText::pathExtension(part);
     if (extension == "framework") return true;
     // Without a package test every extension is known to be no package.
     if (extension.empty() || !isPackage_) continue;
@@ -91,9 +87,7 @@ bool FSUtilities::isInvisibleOrInsidePackage(const std::string& fullPath) {
 }
 
 bool FSUtilities::hasPackageExtension(const std::string& path) {
-  std::string_view whole = path;
-  auto slash = whole.rfind('/');
-  std::string_view extension = pathExtension(slash == std::string_view::npos ? whole : whole.substr(slash + 1));
+  std::string_view extension = PathText::pathExtension(path);
   if (extension.empty()) return false;
   auto lookup = [&]() {
     return packageExtensionCache_.access([&](auto& cache) -> std::optional<bool> {

@@ -27,7 +27,7 @@
 #include "query/commands/KnownDirectoriesCommand.h"
 #include "query/commands/LabelCommand.h"
 #include "query/commands/MaxDepth.h"
-#include "query/commands/NameLengthCommand.h"
+#include "query/commands/LengthCommand.h"
 #include "query/commands/RegexCommand.h"
 #include "query/commands/ScriptCommand.h"
 #include "query/commands/ShowAllFiles.h"

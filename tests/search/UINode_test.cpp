@@ -55,6 +55,10 @@ TEST(UINode, MadeFromAResultWithoutTouchingTheDisk) {
   EXPECT_EQ(node("/nowhere/Tool.app", 0, true)->kind(), UINode::Kind::package);
   EXPECT_EQ(node("/nowhere/.bashrc")->displayKind(), "Document");
   EXPECT_EQ(node("/nowhere/notes.zzq")->displayKind(), "ZZQ file");
+  // The desktop's descriptions, whatever the extension's case.
+  EXPECT_EQ(node("/nowhere/photo.JPG")->displayKind(), "JPEG image");
+  EXPECT_EQ(node("/nowhere/song.flac")->displayKind(), "FLAC audio");
+  EXPECT_EQ(node("/nowhere/index.vlcache")->displayKind(), "Velmora index");
 }
 
 TEST(UINode, AnExpandedRowTakesCreatedFromTheBirthTime) {

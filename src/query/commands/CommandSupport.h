@@ -11,13 +11,6 @@
 
 namespace velmora::commandsupport {
 
-// The last path component ("c.txt" of "/a/b/c.txt"); a trailing "/" is ignored.
-std::string_view lastPathComponent(std::string_view path);
-// The path without its last component ("/a/b" of "/a/b/c.txt").
-std::string_view deletingLastPathComponent(std::string_view path);
-// The extension of the last component without its dot; empty when none
-// (a leading dot alone makes no extension: ".profile").
-std::string_view pathExtension(std::string_view path);
 // Number of user-perceived characters.
 std::size_t characterCount(std::string_view text);
 

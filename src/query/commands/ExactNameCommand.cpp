@@ -3,6 +3,8 @@
 #include "query/QueryContainer.h"
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -19,7 +21,7 @@ std::string joined(const std::vector<std::string>& words) {
 
 CommandApplyResult ExactNameCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                      const QueryContainer& query) {
-  const std::string name = plainLowercase(commandsupport::lastPathComponent(result.path));
+  const std::string name = TextCase::plainLowercase(PathText::lastPathComponent(result.path));
   if (!query.includesORStatement)
     return joined(query.searchWords) == name ? CommandApplyResult::accept : CommandApplyResult::exclude;
   for (const auto& group : query.orStringGroups)

@@ -2,6 +2,7 @@
 
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
 
 namespace velmora {
 
@@ -12,7 +13,7 @@ ExcludeFolderCommand::ExcludeFolderCommand(std::string path, bool complete)
 
 CommandApplyResult ExcludeFolderCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                          const QueryContainer&) {
-  const std::string folder = std::string(commandsupport::deletingLastPathComponent(result.path)) + "/";
+  const std::string folder = std::string(PathText::deletingLastPathComponent(result.path)) + "/";
   if (folder.find(insidePath) != std::string::npos || folder == insidePath) return CommandApplyResult::exclude;
   return CommandApplyResult::accept;
 }

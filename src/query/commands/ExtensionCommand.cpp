@@ -4,11 +4,13 @@
 
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
 ExtensionCommand::ExtensionCommand(std::string extension, bool notExtension)
-    : wantedFileNameExtension(plainLowercase(extension)), not_(notExtension) {}
+    : wantedFileNameExtension(TextCase::plainLowercase(extension)), not_(notExtension) {}
 
 std::string ExtensionCommand::commandToString() const {
   return (not_ ? "not ." : ".") + wantedFileNameExtension;
@@ -29,9 +31,9 @@ std::vector<std::string> ExtensionCommand::commandExtraHighlightStrings() const 
 
 CommandApplyResult ExtensionCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                      const QueryContainer&) {
-  std::string_view extension = commandsupport::pathExtension(result.path);
+  std::string_view extension = PathText::pathExtension(result.path);
   if (extension.empty()) return CommandApplyResult::skip;
-  bool equal = plainLowercase(extension) == wantedFileNameExtension;
+  bool equal = TextCase::plainLowercase(extension) == wantedFileNameExtension;
   if (not_) return equal ? CommandApplyResult::exclude : CommandApplyResult::accept;
   return equal ? CommandApplyResult::accept : CommandApplyResult::exclude;
 }

@@ -2,15 +2,17 @@
 
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
 CommandApplyResult InsideCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                   const QueryContainer&) {
-  const std::string path = plainLowercase(result.path);
+  const std::string path = TextCase::plainLowercase(result.path);
   bool inside = false;
   if (!completePathComponent) {
-    inside = std::string(commandsupport::deletingLastPathComponent(path)).find(insidePath) != std::string::npos;
+    inside = std::string(PathText::deletingLastPathComponent(path)).find(insidePath) != std::string::npos;
   } else {
     std::size_t start = 0;
     while (start <= path.size() && !inside) {

@@ -3,6 +3,7 @@
 #include "query/commands/CommandSupport.h"
 #include "query/QuerySettings.h"
 #include "stores/PreferenceStore.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -10,14 +11,14 @@ std::optional<VariableParserResult> KnownDirectoriesFactory::rememberedVariable(
     std::span<const SentenceComponent> words, const std::map<std::string, std::string>& folders) {
   if (words.empty()) return std::nullopt;
   for (const auto& [name, path] : folders)
-    if (plainLowercase(name) == words.front().textLowered) return VariableParserResult{path, 1};
+    if (TextCase::plainLowercase(name) == words.front().textLowered) return VariableParserResult{path, 1};
   return std::nullopt;
 }
 
 std::optional<std::string> KnownDirectoriesFactory::rememberedCompletor(std::span<const SentenceComponent> words) {
   if (words.empty()) return std::nullopt;
   for (const auto& [name, path] : QuerySettings::fromPreferences(PreferenceStore::shared()).rememberedFolders)
-    if (plainLowercase(name).starts_with(words.front().textLowered)) return plainLowercase(name);
+    if (TextCase::plainLowercase(name).starts_with(words.front().textLowered)) return TextCase::plainLowercase(name);
   return std::nullopt;
 }
 

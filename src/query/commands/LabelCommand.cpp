@@ -6,10 +6,11 @@
 #include "query/commands/CommandSupport.h"
 #include "query/commands/LabelTagManager.h"
 #include "model/SearchResult.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
-LabelCommand::LabelCommand(std::string name, bool notTag) : labelName(plainLowercase(name)), notTag(notTag) {}
+LabelCommand::LabelCommand(std::string name, bool notTag) : labelName(TextCase::plainLowercase(name)), notTag(notTag) {}
 
 std::optional<std::vector<std::string>> LabelCommand::tagNames(const std::string& path) {
   ssize_t size = getxattr(path.c_str(), kTagsAttribute, nullptr, 0);
@@ -44,7 +45,7 @@ CommandApplyResult LabelCommand::commandImpApply(SearchResult& result, SearchDat
     if (!joined.empty()) joined += ' ';
     joined += tag;
   }
-  bool contains = plainLowercase(joined).find(labelName) != std::string::npos;
+  bool contains = TextCase::plainLowercase(joined).find(labelName) != std::string::npos;
   if (notTag) return contains ? CommandApplyResult::exclude : CommandApplyResult::accept;
   return contains ? CommandApplyResult::accept : CommandApplyResult::exclude;
 }

@@ -3,6 +3,7 @@
 #include "common/Logger.h"
 #include "query/SentenceComponent.h"
 #include "stores/PreferenceStore.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -16,7 +17,7 @@ std::vector<std::string> LabelTagManager::knownTags() const {
   nlohmann::json stored = PreferenceStore::shared().objectForKey(kDefaultsKey);
   if (stored.is_array())
     for (const auto& tag : stored)
-      if (tag.is_string()) all.insert(plainLowercase(tag.get<std::string>()));
+      if (tag.is_string()) all.insert(TextCase::plainLowercase(tag.get<std::string>()));
   {
     std::lock_guard guard(mutex_);
     all.insert(seen_.begin(), seen_.end());
@@ -26,7 +27,7 @@ std::vector<std::string> LabelTagManager::knownTags() const {
 
 void LabelTagManager::noteSeen(const std::vector<std::string>& tags) {
   std::lock_guard guard(mutex_);
-  for (const auto& tag : tags) seen_.insert(plainLowercase(tag));
+  for (const auto& tag : tags) seen_.insert(TextCase::plainLowercase(tag));
 }
 
 void LabelTagManager::save() const {

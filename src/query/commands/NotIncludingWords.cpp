@@ -2,6 +2,8 @@
 
 #include "query/NameMatching.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -12,7 +14,7 @@ NotIncludingWords::NotIncludingWords(std::vector<std::string> given) : rawWords(
 
 CommandApplyResult NotIncludingWords::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                       const QueryContainer&) {
-  std::string name = NameMatching::localizedLowercase(NameMatching::lastPathComponent(result.path));
+  std::string name = TextCase::localizedLowercase(PathText::lastPathComponent(result.path));
   for (const auto& w : words)
     if (name.find(w) != std::string::npos) return CommandApplyResult::exclude;
   return CommandApplyResult::accept;

@@ -5,6 +5,8 @@
 #include "common/Logger.h"
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -42,7 +44,7 @@ std::shared_ptr<Command> RegexCommand::copy() const {
 CommandApplyResult RegexCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                  const QueryContainer&) {
   if (!matcher_) return CommandApplyResult::skip;
-  const std::string name = plainLowercase(commandsupport::lastPathComponent(result.path));
+  const std::string name = TextCase::plainLowercase(PathText::lastPathComponent(result.path));
   UErrorCode status = U_ZERO_ERROR;
   // The matcher reads the text it is given for as long as it lives: the text
   // must outlive it.

@@ -5,6 +5,7 @@
 
 #include "common/AppDirectories.h"
 #include "query/commands/CommandSupport.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -16,7 +17,7 @@ std::vector<std::pair<std::string, std::filesystem::path>> ScriptCommandFactory:
     const std::string file = it->path().filename().string();
     if (file.empty() || file.front() == '.') continue;
     if (!it->is_regular_file(error)) continue;
-    found.emplace_back(plainLowercase(it->path().stem().string()), it->path());
+    found.emplace_back(TextCase::plainLowercase(it->path().stem().string()), it->path());
   }
   std::sort(found.begin(), found.end());
   return found;

@@ -6,6 +6,8 @@
 
 #include "query/commands/CommandSupport.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -52,7 +54,7 @@ const std::vector<std::string>& UTICommand::knownWords() {
 
 bool UTICommand::conformsTo(std::string_view path, bool isDirectory, std::string_view uti) {
   if (isDirectory) return false;
-  std::string name(commandsupport::lastPathComponent(path));
+  std::string name(PathText::lastPathComponent(path));
   GFreeString type{g_content_type_guess(name.c_str(), nullptr, 0, nullptr)};
   if (!type.text) return false;
   return conformsToFamily(type.str(), uti);
@@ -60,7 +62,7 @@ bool UTICommand::conformsTo(std::string_view path, bool isDirectory, std::string
 
 bool UTICommand::utiInformationIncludesWord(std::string_view extension, std::string_view path, std::string_view word) {
   if (word.empty()) return false;
-  std::string name = extension.empty() ? std::string(commandsupport::lastPathComponent(path))
+  std::string name = extension.empty() ? std::string(PathText::lastPathComponent(path))
                                        : "file." + std::string(extension);
   GFreeString type{g_content_type_guess(name.c_str(), nullptr, 0, nullptr)};
   if (!type.text || g_content_type_is_unknown(type.text)) return false;
@@ -74,7 +76,7 @@ bool UTICommand::utiInformationIncludesWord(std::string_view extension, std::str
     if (g_content_type_is_a(type.text, parent)) info += std::string(" ") + parent;
   for (char& c : info)
     if (c == '/' || c == '-' || c == '+') c = ' ';
-  return plainLowercase(info).find(word) != std::string::npos;
+  return TextCase::plainLowercase(info).find(word) != std::string::npos;
 }
 
 CommandApplyResult UTICommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*, const QueryContainer&) {
@@ -82,7 +84,7 @@ CommandApplyResult UTICommand::commandImpApply(SearchResult& result, SearchDataS
     return CommandApplyResult::accept;
   if (auto family = specialCaseToUTI(wantedUTI))
     if (conformsTo(result.path, result.isDirectory, *family)) return CommandApplyResult::accept;
-  return utiInformationIncludesWord(commandsupport::pathExtension(result.path), result.path, wantedUTI)
+  return utiInformationIncludesWord(PathText::pathExtension(result.path), result.path, wantedUTI)
              ? CommandApplyResult::accept
              : CommandApplyResult::exclude;
 }
@@ -95,7 +97,7 @@ std::shared_ptr<Command> UTICommandFactory::create(const std::string& name, cons
   if (name != "uti") return nullptr;
   auto word = commandsupport::textArg(args, 0);
   if (!word || word->empty()) return nullptr;
-  return std::make_shared<UTICommand>(plainLowercase(*word));
+  return std::make_shared<UTICommand>(TextCase::plainLowercase(*word));
 }
 
 std::optional<std::string> UTICommandFactory::utiCompletor(const std::vector<SentenceComponent>& words) {

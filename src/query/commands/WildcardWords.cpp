@@ -2,6 +2,8 @@
 
 #include "query/NameMatching.h"
 #include "model/SearchResult.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 
 namespace velmora {
 
@@ -17,7 +19,7 @@ CommandApplyResult WildcardWords::checkWildCardsFor(std::string_view name) const
   for (std::size_t start = 0; start <= name.size();) {
     std::size_t blank = name.find(' ', start);
     if (blank == std::string_view::npos) blank = name.size();
-    if (blank > start) pieces.push_back(plainLowercase(name.substr(start, blank - start)));
+    if (blank > start) pieces.push_back(TextCase::plainLowercase(name.substr(start, blank - start)));
     start = blank + 1;
   }
   // A single wildcard word speaks for the whole name; several only for its pieces.
@@ -34,7 +36,7 @@ CommandApplyResult WildcardWords::checkWildCardsFor(std::string_view name) const
 
 CommandApplyResult WildcardWords::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                   const QueryContainer&) {
-  return checkWildCardsFor(NameMatching::localizedLowercase(NameMatching::lastPathComponent(result.path)));
+  return checkWildCardsFor(TextCase::localizedLowercase(PathText::lastPathComponent(result.path)));
 }
 
 std::shared_ptr<Command> WildcardWords::copy() const { return std::make_shared<WildcardWords>(words); }

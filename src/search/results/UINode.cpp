@@ -12,6 +12,8 @@
 #include "common/Logger.h"
 #include "common/SharedAdditions.h"
 #include "search/results/ByteCountFormatter.h"
+#include "common/PathText.h"
+#include "common/TextCase.h"
 #include "search/results/CollationKey.h"
 #include "search/results/FileKind.h"
 #include "search/results/UINodeSortable.h"
@@ -20,19 +22,12 @@ namespace velmora {
 
 namespace {
 std::string parentName(const std::string& path) {
-  auto slash = path.find_last_of('/');
-  if (slash == std::string::npos || slash == 0) return "/";
-  return SharedAdditions::displayName(path.substr(0, slash));
+  std::string_view parent = PathText::deletingLastPathComponent(path);
+  if (parent.empty() || parent == "/") return "/";
+  return SharedAdditions::displayName(std::string(parent));
 }
 
-std::string lowercased(std::string_view text) {
-  icu::UnicodeString unicode =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-  unicode.toLower(icu::Locale::getRoot());
-  std::string out;
-  unicode.toUTF8String(out);
-  return out;
-}
+std::string lowercased(std::string_view text) { return TextCase::plainLowercase(text); }
 
 std::string stemOf(const std::string& name) {
   auto dot = name.rfind('.');
