@@ -41,7 +41,7 @@ void LabelTagManager::save() const {
     std::set<std::string> all = seen;
     if (current.is_array())
       for (const auto& tag : current)
-        if (tag.is_string()) all.insert(plainLowercase(tag.get<std::string>()));
+        if (tag.is_string()) all.insert(TextCase::plainLowercase(tag.get<std::string>()));
     return std::optional<nlohmann::json>(std::vector<std::string>(all.begin(), all.end()));
   });
   if (!status.ok()) Logger::shared().log("Known tags not saved: " + status.message());
