@@ -1,4 +1,5 @@
 #include "stores/FavoriteFolders.h"
+#include "stores/StoredValueChange.h"
 
 #include <filesystem>
 
@@ -61,15 +62,7 @@ void FavoriteFolders::startup() {
 void FavoriteFolders::load() { pairs_ = pairsFrom(PreferenceStore::shared().objectForKey(defaultsKey)); }
 
 Status FavoriteFolders::change(const std::function<bool(Pairs&)>& edit) {
-  bool changed = false;
-  Status status = PreferenceStore::shared().update(defaultsKey, [&](const json& current) -> std::optional<json> {
-    pairs_ = pairsFrom(current);
-    changed = edit(pairs_);
-    if (!changed) return std::nullopt;
-    return jsonFrom(pairs_);
-  });
-  if (changed) notifier_.post();
-  return status;
+  return changeStoredValue(defaultsKey, pairs_, pairsFrom, jsonFrom, edit, notifier_);
 }
 
 Status FavoriteFolders::save() {

@@ -1,4 +1,5 @@
 #include "stores/HistoryController.h"
+#include "stores/StoredValueChange.h"
 
 #include <algorithm>
 #include <random>
@@ -69,15 +70,7 @@ json jsonFrom(const std::vector<HistoryItem>& items) {
 void HistoryController::load() { items_ = itemsFrom(PreferenceStore::shared().objectForKey(kHistoryKey)); }
 
 Status HistoryController::change(const std::function<bool(Items&)>& edit) {
-  bool changed = false;
-  Status status = PreferenceStore::shared().update(kHistoryKey, [&](const json& current) -> std::optional<json> {
-    items_ = itemsFrom(current);
-    changed = edit(items_);
-    if (!changed) return std::nullopt;
-    return jsonFrom(items_);
-  });
-  if (changed) notifier_.post();
-  return status;
+  return changeStoredValue(kHistoryKey, items_, itemsFrom, jsonFrom, edit, notifier_);
 }
 
 Status HistoryController::save() {
