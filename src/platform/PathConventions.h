@@ -48,7 +48,7 @@ struct PathConventions {
   // Whether a listing of "/" itself may be made (one walk of "/").
   bool rootIsListable = false;
 
-  static PathConventions macOS(std::optional<std::string> bootVolumeName = std::string("Macintosh HD"),
+  static PathConventions macOS(std::optional<std::string> bootVolumeName = std::string("Boot Disk"),
                                std::string homeDirectory = "/Users/user");
   static PathConventions linux();
   // The conventions the program runs with (Linux).

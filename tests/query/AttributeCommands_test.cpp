@@ -46,8 +46,8 @@ TEST_F(AttributeCommands, FilesFoldersAndBundles) {
   EXPECT_EQ(apply(folder, "/a/b", true), accept);
   EXPECT_EQ(apply(file, "/a/b", true), exclude);
   // An application bundle is neither.
-  EXPECT_EQ(apply(file, "/Applications/Mail.app", true), exclude);
-  EXPECT_EQ(apply(folder, "/Applications/Mail.app", true), exclude);
+  EXPECT_EQ(apply(file, "/Applications/Notes.app", true), exclude);
+  EXPECT_EQ(apply(folder, "/Applications/Notes.app", true), exclude);
   EXPECT_EQ(file.commandToString(), "is file");
 }
 
