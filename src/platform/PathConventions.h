@@ -22,6 +22,9 @@ struct PathConventions {
   bool namesBootVolume = false;
   // "/Volumes/" on macOS; empty where volumes are mounted anywhere.
   std::string volumesPrefix;
+  // Where disks that come and go are mounted; a path below one belongs to a
+  // disk that may be away.
+  std::vector<std::string> removableMountRoots;
   // The data half of the boot volume, walked beside it; empty when none.
   std::string systemDataVolume;
   // Applications inside a system folder that must stay findable.
