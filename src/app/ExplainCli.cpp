@@ -83,6 +83,7 @@ Json explainJSON(const QueryContainer& q) {
               {"allRecoginsedParts", componentsJSON(q.allRecoginsedParts)},
               {"unusedCommandAreaWords", componentsJSON(q.unusedCommandAreaWords)},
               {"invalidCommandAreaWords", componentsJSON(q.invalidCommandAreaWords)},
+              {"failedCommandAreaWords", componentsJSON(q.failedCommandAreaWords)},
               {"querySearchArguments", argumentsJSON(q.querySearchArguments)},
               {"searchWordsHighlightStrings", q.searchWordsHighlightStrings},
               {"searchWordStringsSoundexValues", q.searchWordStringsSoundexValues}};
@@ -131,6 +132,7 @@ std::string explainText(const QueryContainer& q) {
   out += fmt::format("Recognised words: {}\n", listed(q.allRecoginsedParts));
   out += fmt::format("Unrecognised command words: {}\n", listed(q.unusedCommandAreaWords));
   out += fmt::format("Words no command used: {}\n", listed(q.invalidCommandAreaWords));
+  out += fmt::format("Phrases that made no command: {}\n", listed(q.failedCommandAreaWords));
   const auto& a = q.querySearchArguments;
   out += "Search arguments:";
   out += a.word ? fmt::format(" word \"{}\"", *a.word) : " no word";

@@ -17,10 +17,11 @@ int runHistory(bool clear) {
   Preferences::registerDefaultsIfNeeded();
   HistoryController history;
   history.startup();
+  if (Status loaded = PreferenceStore::shared().loadStatus(); !loaded.ok())
+    std::cerr << "velmora history: " << loaded.message() << "\n";
   if (clear) {
-    history.clear();
-    if (auto error = PreferenceStore::shared().lastSaveError(); !error.empty()) {
-      std::cerr << "velmora history: not cleared: " << error << "\n";
+    if (Status cleared = history.clear(); !cleared.ok()) {
+      std::cerr << "velmora history: not cleared: " << cleared.message() << "\n";
       return 1;
     }
     return 0;

@@ -16,7 +16,7 @@
 #include "common/ActivityItem.h"
 #include "common/ActivityReporter.h"
 #include "common/JSONText.h"
-#include "common/TerminalText.h"
+#include "app/TerminalText.h"
 #include "common/TextCase.h"
 #include "index/CacheInspector.h"
 #include "index/ContentIndexManager.h"
@@ -173,7 +173,8 @@ int runAdd(const AddOptions& options) {
   index->documentInfo.lastIndexMode = mode;
   // Adding an index is asking for index use.
   if (!PreferenceStore::shared().hasUserValue("diskCatalogCaching"))
-    PreferenceStore::shared().set("diskCatalogCaching", true);
+    if (Status on = PreferenceStore::shared().setValue("diskCatalogCaching", true); !on.ok())
+      return fail("add", on.message());
   if (Status saved = indexes.save(); !saved.ok()) return fail("add", saved.message());
   Status built = indexes.refresh(index, true);
   if (!built.ok()) return fail("add", "\"" + index->displayName + "\" is listed but its build failed: " + built.message());

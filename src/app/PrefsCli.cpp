@@ -2,6 +2,8 @@
 // typed by their defaults.
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
@@ -53,8 +55,10 @@ std::optional<json> parseTyped(Type type, const std::string& text) {
     case Type::real: {
       if (text.empty()) return std::nullopt;
       char* end = nullptr;
+      errno = 0;
       double value = std::strtod(text.c_str(), &end);
-      if (*end != '\0') return std::nullopt;
+      // "inf" and "nan" parse, but no setting can hold them (JSON has no such numbers).
+      if (*end != '\0' || errno == ERANGE || !std::isfinite(value)) return std::nullopt;
       return json(value);
     }
     case Type::text:
@@ -88,7 +92,17 @@ const Preferences::KeyInfo* knownOrComplain(const std::string& key) {
   return info;
 }
 
+// Says on standard error why the file's values are not in use; false when
+// they could not be read at all, so that nothing shown would be the user's.
+bool reportLoadProblem() {
+  Status status = PreferenceStore::shared().loadStatus();
+  if (status.ok()) return true;
+  std::cerr << "velmora prefs: " << status.message() << "\n";
+  return status.code() == Status::Code::corruption;
+}
+
 int runList() {
+  if (!reportLoadProblem()) return 1;
   auto& store = PreferenceStore::shared();
   for (const auto& info : Preferences::knownKeys())
     std::cout << info.key << " = " << shown(typedValue(info)) << (store.hasUserValue(info.key) ? "" : " (default)")
@@ -99,6 +113,7 @@ int runList() {
 int runGet(const std::string& key) {
   const auto* info = knownOrComplain(key);
   if (!info) return 2;
+  if (!reportLoadProblem()) return 1;
   std::cout << shown(typedValue(*info)) << "\n";
   return 0;
 }
@@ -107,14 +122,17 @@ int runSet(const std::string& key, const std::string& text) {
   const auto* info = knownOrComplain(key);
   if (!info) return 2;
   auto value = parseTyped(info->type, text);
-  if (!value) {
-    std::cerr << "velmora prefs: \"" << key << "\" takes " << typeName(info->type) << ", not \"" << text << "\"\n";
+  if (!value || !Preferences::accepts(*info, *value)) {
+    std::string range = Preferences::rangeText(*info);
+    std::string takes = info->choices.empty() ? typeName(info->type) + std::string(range.empty() ? "" : " ") + range
+                                              : range;
+    std::cerr << "velmora prefs: \"" << key << "\" takes " << takes << ", not \"" << text << "\"\n";
     return 2;
   }
-  auto& store = PreferenceStore::shared();
-  store.set(key, *value);
-  if (auto error = store.lastSaveError(); !error.empty()) {
-    std::cerr << "velmora prefs: the setting was not saved: " << error << "\n";
+  // An unreadable file is reported by the refusal below; a damaged one here.
+  if (PreferenceStore::shared().loadStatus().code() == Status::Code::corruption) reportLoadProblem();
+  if (Status status = PreferenceStore::shared().setValue(key, *value); !status.ok()) {
+    std::cerr << "velmora prefs: the setting was not saved: " << status.message() << "\n";
     return 1;
   }
   return 0;
@@ -122,7 +140,12 @@ int runSet(const std::string& key, const std::string& text) {
 
 int runReset(const std::string& key) {
   if (!knownOrComplain(key)) return 2;
-  PreferenceStore::shared().remove(key);
+  // An unreadable file is reported by the refusal below; a damaged one here.
+  if (PreferenceStore::shared().loadStatus().code() == Status::Code::corruption) reportLoadProblem();
+  if (Status status = PreferenceStore::shared().removeValue(key); !status.ok()) {
+    std::cerr << "velmora prefs: the setting was not reset: " << status.message() << "\n";
+    return 1;
+  }
   return 0;
 }
 

@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,6 +12,7 @@
 #include "app/CliRegistry.h"
 #include "app/TerminalWindow.h"
 #include "search/IgnoreItems.h"
+#include "shell/QueryParseQueue.h"
 #include "stores/HistoryController.h"
 #include "stores/Preferences.h"
 
@@ -31,8 +35,20 @@ int runQueryWindow() {
   Preferences::startup();
   HistoryController::shared().startup();
   IgnoreItems::installQueryIgnoreList();
-  TerminalWindow window(windowFolders());
-  return window.run();
+  int status = 0;
+  {
+    TerminalWindow window(windowFolders());
+    status = window.run();
+  }
+  // A parse cannot be interrupted and may still run (a very long query):
+  // leave without waiting for it and without tearing down what it reads.
+  if (QueryParseQueue::busy()) {
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    std::_Exit(status);
+  }
+  return status;
 }
 
 }  // namespace velmora::app

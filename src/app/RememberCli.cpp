@@ -29,14 +29,21 @@ int runRemember(const RememberArgs& args) {
   Preferences::registerDefaultsIfNeeded();
   FavoriteFolders folders;
   folders.startup();
+  if (Status loaded = PreferenceStore::shared().loadStatus(); !loaded.ok())
+    std::cerr << "velmora remember: " << loaded.message() << "\n";
 
   if (args.list) {
     for (const auto& [name, path] : folders.displayItems()) std::cout << name << "\t" << path << "\n";
     return 0;
   }
   if (!args.forget.empty()) {
-    if (folders.remove(args.forget)) return 0;
-    std::cerr << "velmora remember: no folder is remembered as \"" << args.forget << "\"\n";
+    Status removed = folders.remove(args.forget);
+    if (removed.ok()) return 0;
+    if (removed.code() == Status::Code::notFound) {
+      std::cerr << "velmora remember: " << removed.message() << "\n";
+    } else {
+      std::cerr << "velmora remember: \"" << args.forget << "\" was not forgotten: " << removed.message() << "\n";
+    }
     return 1;
   }
   if (args.words.empty() || args.words.size() > 2) {
@@ -52,9 +59,11 @@ int runRemember(const RememberArgs& args) {
   std::string text = path.lexically_normal().string();
   if (args.words.size() == 2) {
     const std::string& name = args.words.front();
-    if (!folders.addNamed(name, text)) {
-      std::cerr << "velmora remember: the name \"" << name << "\" is already used for " << *folders.pathFor(name)
-                << "\n";
+    if (Status added = folders.addNamed(name, text); !added.ok()) {
+      if (added.code() == Status::Code::invalidArgument)
+        std::cerr << "velmora remember: " << added.message() << "\n";
+      else
+        std::cerr << "velmora remember: \"" << text << "\" was not remembered: " << added.message() << "\n";
       return 1;
     }
     std::cout << name << "\t" << *folders.pathFor(name) << "\n";
@@ -62,7 +71,7 @@ int runRemember(const RememberArgs& args) {
   }
   auto name = folders.add(text);
   if (!name) {
-    std::cerr << "velmora remember: cannot remember \"" << text << "\"\n";
+    std::cerr << "velmora remember: \"" << text << "\" was not remembered: " << name.status().message() << "\n";
     return 1;
   }
   std::cout << *name << "\t" << *folders.pathFor(*name) << "\n";

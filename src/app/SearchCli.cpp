@@ -18,12 +18,12 @@
 #include <vector>
 
 #include "app/CliRegistry.h"
+#include "app/TerminalText.h"
 #include "index/ContentIndexManager.h"
 #include "common/AppDirectories.h"
 #include "common/Clock.h"
 #include "common/JSONText.h"
 #include "common/MainQueue.h"
-#include "common/TerminalText.h"
 #include "query/QueryContainer.h"
 #include "stores/PreferenceStore.h"
 #include "search/DiskInfoManager.h"
@@ -34,6 +34,7 @@
 #include "search/SearchManager.h"
 #include "search/results/SearchResultSort.h"
 #include "shell/QueryWindowContentController.h"
+#include "shell/ProgressVC.h"
 #include "shell/SearchSources.h"
 
 namespace velmora::app {
@@ -45,29 +46,36 @@ std::atomic<int> interruptedBy{0};
 
 extern "C" void onInterrupt(int signal) { interruptedBy = signal; }
 
-// "1,234": the count as the progress line groups it.
-std::string grouped(std::int64_t value) {
-  std::string digits = std::to_string(value < 0 ? -value : value);
-  std::string out;
-  for (std::size_t i = 0; i < digits.size(); ++i) {
-    if (i > 0 && (digits.size() - i) % 3 == 0) out += ',';
-    out += digits[i];
-  }
-  return value < 0 ? "-" + out : out;
+// Words after the colon that changed nothing would otherwise pass in silence
+// (the window colours them); the search still runs without them.
+void reportWordsNotUsed(const QueryContainer& query) {
+  auto joined = [](const std::vector<SentenceComponent>& words, const std::vector<SentenceComponent>& except) {
+    std::string text;
+    for (const auto& w : words)
+      if (std::find(except.begin(), except.end(), w) == except.end())
+        text += (text.empty() ? "" : " ") + w.textOriginalCase;
+    return text;
+  };
+  const std::string failed = joined(query.failedCommandAreaWords, {});
+  const std::string other = joined(query.invalidCommandAreaWords, query.failedCommandAreaWords);
+  if (!failed.empty())
+    std::fprintf(stderr, "velmora: \"%s\" makes no command (a value out of range?); searching without it\n",
+                 TerminalText::escaped(failed).c_str());
+  if (!other.empty())
+    std::fprintf(stderr, "velmora: words not used: %s\n", TerminalText::escaped(other).c_str());
 }
 
-std::string countText(std::int64_t found) {
-  if (found < 1) return "No items found";
-  if (found == 1) return "1 item found";
-  return grouped(found) + " items found";
-}
-
+// The window's progress line, word for word: the command line says what
+// the window would show.
 std::string progressText(std::int64_t found, std::int64_t files, std::int64_t folders, std::int64_t queued) {
-  std::string text = countText(found) + " ";
-  if (files >= 1) text += grouped(files) + " files searched. ";
-  if (folders >= 1) text += grouped(folders) + " folders searched. ";
-  if (queued >= 1) text += grouped(queued) + " queued. ";
-  return text + "Search Continues...";
+  ProgressVC progress;
+  progress.searchInProgress = true;
+  progress.foundItemsCount = found;
+  progress.searchedNumberOfFiles = files;
+  progress.searchedInsideNumberOfDirectories = folders;
+  progress.itemsWaitingInQueue = queued;
+  progress.update();
+  return progress.text();
 }
 
 // The result loop's pauses were made for a window that refreshes a few
@@ -216,10 +224,10 @@ class TerminalSearch final : public SearchManagerDelegate {
     if (writer_.failed()) {
       std::fprintf(stderr, "velmora: cannot write the results: %s\n", std::strerror(writer_.error()));
     } else if (int signal = interruptedBy.load()) {
-      std::fprintf(stderr, "%s. Search stopped (%s).\n", countText(found_).c_str(),
+      std::fprintf(stderr, "%s. Search stopped (%s).\n", ProgressVC::countText(found_).c_str(),
                    signal == SIGINT ? "interrupted" : "terminated");
     } else {
-      std::fprintf(stderr, "%s. Search complete.\n", countText(found_).c_str());
+      std::fprintf(stderr, "%s. Search complete.\n", ProgressVC::countText(found_).c_str());
     }
     MainQueue::stop();
   }
@@ -331,6 +339,7 @@ int runSearch(const Options& options) {
   std::string text;
   for (const auto& word : options.words) text += (text.empty() ? "" : " ") + word;
   QueryContainer query(text, location, options.soundex, QuerySettings::fromPreferences(PreferenceStore::shared()));
+  reportWordsNotUsed(query);
 
   SearchManagerEnvironment environment = SearchSources::standardEnvironment();
   QuickPauseScheduler scheduler;

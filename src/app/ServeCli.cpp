@@ -96,27 +96,50 @@ void askOnTerminal(const Alert& alert, Alert::Completion done) {
   if (done) done(choice);
 }
 
-// Takes the first lock file that can be made; nothing when another serve
-// holds one (reported, exit 2).
-std::optional<std::unique_ptr<SingleInstanceLock>> takeLock() {
+// Takes the first lock file that can be made. Nothing when another serve
+// holds one (exit 2) or when no lock can be taken at all (exit 1): a serve
+// without its lock could run twice, and `velmora quit` could not find it.
+struct LockOutcome {
+  std::unique_ptr<SingleInstanceLock> lock;
+  int exitCode = 0;
+};
+
+LockOutcome takeLock() {
+  std::string errors;
   for (const auto& path : SingleInstanceLock::candidatePaths()) {
     auto lock = std::make_unique<SingleInstanceLock>(path);
     switch (lock->acquire()) {
       case SingleInstanceLock::Outcome::acquired:
-        return lock;
+        return {std::move(lock), 0};
       case SingleInstanceLock::Outcome::heldByOther: {
         std::string holder = lock->holder() ? " (process " + std::to_string(*lock->holder()) + ")" : "";
         std::cerr << "velmora serve: Velmora is already running for this home" << holder
                   << "; stop it with `velmora quit`\n";
-        return std::nullopt;
+        return {nullptr, 2};
       }
       case SingleInstanceLock::Outcome::unavailable:
         Logger::shared().log("Serve: " + lock->error());
+        errors += "\n  " + lock->error();
         break;
     }
   }
-  Logger::shared().log("Serve: no lock file could be made; running without the one-instance guard");
-  return std::unique_ptr<SingleInstanceLock>();
+  std::cerr << "velmora serve: not started: no one-instance lock could be taken (is the home folder read-only "
+               "or full?):"
+            << errors << "\n";
+  return {nullptr, 1};
+}
+
+int installUserUnit() {
+  SystemdLoginItem item;
+  if (Status status = item.installUnit(SystemdLoginItem::currentExecutable()); !status.ok()) {
+    std::cerr << "velmora serve: the user unit was not installed: " << status.message() << "\n";
+    return 1;
+  }
+  std::cout << item.unitFile().string() << "\n";
+  std::cerr << "velmora serve: the user unit is installed; start Velmora at login with\n"
+               "  systemctl --user daemon-reload && systemctl --user enable --now "
+            << SystemdLoginItem::unitName << "\n";
+  return 0;
 }
 
 int runServe(double graceSeconds, bool resetBookmarks, bool resetCaches) {
@@ -137,8 +160,8 @@ int runServe(double graceSeconds, bool resetBookmarks, bool resetCaches) {
   delegate.setGracePeriod(Seconds(graceSeconds));
   Application application(delegate);
   // Taken once signals are watched, so whoever sees the lock can stop us.
-  auto lock = takeLock();
-  if (!lock) return 2;
+  auto [lock, lockExit] = takeLock();
+  if (!lock) return lockExit;
   std::cerr << "velmora serve: running as process " << ::getpid() << "; stop it with `velmora quit`\n";
   int status = application.run();
   Alert::setPresenter({});
@@ -157,8 +180,11 @@ const bool registered = registerCli(80, [](CLI::App& root, CliContext& context) 
   auto resetCaches = std::make_shared<bool>(false);
   serve->add_flag("--reset-caches", *resetCaches,
                   "forget the list of indexes before starting (their files stay); a way out of a bad list");
-  serve->callback([&context, grace, resetBookmarks, resetCaches] {
-    context.exitCode = runServe(*grace, *resetBookmarks, *resetCaches);
+  auto installUnit = std::make_shared<bool>(false);
+  serve->add_flag("--install-user-unit", *installUnit,
+                  "install the systemd user unit that starts `velmora serve` at login, then exit");
+  serve->callback([&context, grace, resetBookmarks, resetCaches, installUnit] {
+    context.exitCode = *installUnit ? installUserUnit() : runServe(*grace, *resetBookmarks, *resetCaches);
   });
 });
 

@@ -3,8 +3,12 @@
 #include <string>
 #include <vector>
 
+#include "app/BracketedPaste.h"
+#include "app/DesktopOpener.h"
+#include "app/QueryFieldEditor.h"
 #include "app/QueryWindowLocations.h"
-#include "common/Alert.h"
+#include "app/ResultsListViewport.h"
+#include "app/TerminalWindowOverlay.h"
 #include "search/results/ResultsView.h"
 
 namespace velmora {
@@ -15,12 +19,17 @@ namespace velmora::app {
 
 // The interactive query window in the terminal (ncurses): the query field
 // with its colouring, the location menu, the sorted results list with its
-// columns, the progress line, running activities and alerts.
+// columns, the progress line, running activities and alerts. It draws and
+// routes keys; the parts with rules of their own live in their own types
+// (TerminalText, ResultsListLayout, ResultsListViewport, QueryFieldEditor,
+// BracketedPaste, DesktopOpener, TerminalClipboard), and what stands over the
+// list (alerts, menus, the folder prompt) is a TerminalWindowOverlay.
 class TerminalWindow : public ResultsView {
  public:
   explicit TerminalWindow(std::vector<std::string> folders);
   ~TerminalWindow() override;
-  // Runs until the person quits; the exit status.
+  // Runs until the person quits; the exit status (128 + the signal when one
+  // ended the window).
   int run();
 
   // ResultsView
@@ -32,24 +41,19 @@ class TerminalWindow : public ResultsView {
 
  private:
   enum class Focus { query, list };
-  enum class Overlay { none, help, locations, scripts, folderPrompt };
-  struct PendingAlert {
-    Alert alert;
-    Alert::Completion completion;
-  };
 
+  void turn();
   void draw();
   void drawTitle(int width);
   void drawQueryField(int row, int width);
   void drawList(int top, int height, int width);
   void drawStatus(int row, int width);
-  void drawOverlay(int height, int width);
   void handleKey(int status, unsigned int key);
   void handleQueryKey(int status, unsigned int key);
   void handleListKey(int status, unsigned int key);
-  void handleOverlayKey(int status, unsigned int key);
-  void textChanged(std::string text);
-  void moveCursor(long delta);
+  void carryOut(const TerminalWindowOverlay::Choice& choice);
+  void pasted(const std::string& text);
+  void fieldEdited(bool changed);
   void sortBy(std::size_t visibleColumnIndex);
   std::vector<UINode*> relevantNodes() const;
   void openNodes(bool revealFolder);
@@ -61,20 +65,21 @@ class TerminalWindow : public ResultsView {
   QueryWindowLocations locations_;
   std::shared_ptr<QueryWindowContentController> controller_;
   std::vector<UINode*> rows_;
-  std::size_t cursor_ = 0;
-  std::size_t top_ = 0;
+  ResultsListViewport viewport_;
   const UINode* cursorNode_ = nullptr;
-  std::size_t fieldCursor_ = 0;  // byte offset in the query text
+  QueryFieldEditor field_;
+  std::size_t fieldScroll_ = 0;  // byte offset of the first character shown
+  BracketedPaste paste_;
+  DesktopOpener opener_;
   Focus focus_ = Focus::query;
-  Overlay overlay_ = Overlay::none;
-  std::size_t overlayCursor_ = 0;
-  std::string prompt_;
-  std::vector<PendingAlert> alerts_;
+  TerminalWindowOverlay overlay_;
   std::string message_;
   bool checking_ = false;
   unsigned spinnerFrame_ = 0;
+  unsigned turns_ = 0;
   bool dirty_ = true;
   bool quit_ = false;
+  int exitStatus_ = 0;
   int activityToken_ = 0;
 };
 

@@ -7,21 +7,35 @@
 
 #include <atomic>
 #include <clocale>
+#include <cstdlib>
+#include <cstring>
+
+#include "app/BracketedPaste.h"
 
 namespace velmora::app {
 
 namespace {
-std::atomic<bool> gInterrupted{false};
+std::atomic<int> gInterrupted{0};
 struct termios gSavedTerminal;
 bool gHaveSavedTerminal = false;
 
-void onInterrupt(int) { gInterrupted = true; }
+void onInterrupt(int signal) { gInterrupted = signal; }
+
+void writeAll(const char* text) {
+  std::size_t length = std::strlen(text);
+  while (length > 0) {
+    ssize_t n = ::write(STDOUT_FILENO, text, length);
+    if (n <= 0) return;
+    text += n;
+    length -= static_cast<std::size_t>(n);
+  }
+}
 
 // Only async-signal-safe calls: put the saved terminal modes back, leave the
 // alternate screen, show the cursor, then die by the same signal.
 void onCrash(int signal) {
   if (gHaveSavedTerminal) ::tcsetattr(STDIN_FILENO, TCSANOW, &gSavedTerminal);
-  static const char reset[] = "\x1b[0m\x1b[?1049l\x1b[?25h\r\n";
+  static const char reset[] = "\x1b[?2004l\x1b[0m\x1b[?1049l\x1b[?25h\r\n";
   ssize_t ignored = ::write(STDOUT_FILENO, reset, sizeof reset - 1);
   (void)ignored;
   ::signal(signal, SIG_DFL);
@@ -46,7 +60,11 @@ TerminalWindowScreen::TerminalWindowScreen() {
   noecho();
   nonl();
   keypad(stdscr, TRUE);
-  set_escdelay(25);
+  // ESCDELAY in the environment (read by initscr) wins over our default.
+  if (!std::getenv("ESCDELAY")) set_escdelay(25);
+  define_key(BracketedPaste::startMark, pasteStartKey());
+  define_key(BracketedPaste::endMark, pasteEndKey());
+  writeAll(BracketedPaste::enableSequence);
   timeout(50);
   install(SIGINT, onInterrupt);
   install(SIGTERM, onInterrupt);
@@ -65,11 +83,15 @@ TerminalWindowScreen::TerminalWindowScreen() {
 
 TerminalWindowScreen::~TerminalWindowScreen() {
   if (!ok_) return;
+  writeAll(BracketedPaste::disableSequence);
   endwin();
   for (int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGINT, SIGTERM}) ::signal(signal, SIG_DFL);
   if (gHaveSavedTerminal) ::tcsetattr(STDIN_FILENO, TCSANOW, &gSavedTerminal);
 }
 
-bool TerminalWindowScreen::interrupted() { return gInterrupted.load(); }
+bool TerminalWindowScreen::interrupted() { return gInterrupted.load() != 0; }
+int TerminalWindowScreen::interruptingSignal() { return gInterrupted.load(); }
+int TerminalWindowScreen::pasteStartKey() { return KEY_MAX + 1; }
+int TerminalWindowScreen::pasteEndKey() { return KEY_MAX + 2; }
 
 }  // namespace velmora::app

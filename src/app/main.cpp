@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
   root.set_version_flag("--version", "velmora 0.1.0");
   bool log = false;
   root.add_flag("--log", log, "write the log to \"Today's Log.txt\" in the caches folder");
+  bool logToStandardError = false;
+  root.add_flag("--log-stderr", logToStandardError, "as --log, and print each log line on standard error too");
   root.require_subcommand(0, 1);
 
   app::CliContext context;
@@ -37,10 +39,9 @@ int main(int argc, char** argv) {
   for (auto& [order, install] : app::registeredClis()) install(root, context);
 
   root.parse_complete_callback([&] {
-    if (log || Preferences::loggingEnabled()) {
-      Logger::setEnabled(true);
-      Logger::shared().setEcho(false);
-    }
+    if (log || logToStandardError || Preferences::loggingEnabled()) Logger::setEnabled(true);
+    // Log lines never reach standard output, which carries the command's own output.
+    Logger::shared().setEcho(logToStandardError);
   });
   try {
     root.parse(int(args.size()), args.data());

@@ -24,7 +24,7 @@ struct Logger::State {
   std::mutex mutex;  // guards the settings below, never held while writing
   fs::path folder;
   const Clock* clock = &Clock::system();
-  bool echo = true;
+  bool echo = false;
   std::map<int, Delegate> delegates;
   int nextToken = 1;
 };
@@ -49,9 +49,9 @@ void Logger::setClock(const Clock* clock) {
   state().clock = clock ? clock : &Clock::system();
 }
 
-void Logger::setEcho(bool toStandardOutput) {
+void Logger::setEcho(bool toStandardError) {
   std::lock_guard guard(state().mutex);
-  state().echo = toStandardOutput;
+  state().echo = toStandardError;
 }
 
 int Logger::addDelegate(Delegate delegate) {
@@ -138,7 +138,7 @@ void Logger::log(std::string_view message) {
   std::string line = formatTime(now) + " " + std::string(message);
   if (line.empty() || line.back() != '\n') line += '\n';
 
-  if (echo) std::fwrite(line.data(), 1, line.size(), stdout);
+  if (echo) std::fwrite(line.data(), 1, line.size(), stderr);
   if (!delegates.empty())
     MainQueue::async([delegates = std::move(delegates), line] {
       for (auto& d : delegates) d(line);

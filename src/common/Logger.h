@@ -11,10 +11,11 @@
 
 namespace velmora {
 
-// The program's log: lines of the form "d/M Hmm:ss.SSS <text>" printed to
-// standard output (when enabled) and appended to "Today's Log.txt" in the
-// caches folder; the first line of a new day moves that file to
-// "Previous Log.txt", so two days are kept at most.
+// The program's log: lines of the form "d/M Hmm:ss.SSS <text>" appended to
+// "Today's Log.txt" in the caches folder, and printed to standard error when
+// asked (`velmora --log-stderr`). Never to standard output: that belongs to
+// the command's own output (`--json`, `prefs get`). The first line of a new
+// day moves the file to "Previous Log.txt", so two days are kept at most.
 class Logger {
  public:
   struct LogURLs {
@@ -38,7 +39,7 @@ class Logger {
   // Test and front-end hooks.
   void setFolder(std::filesystem::path folder);  // default: the caches folder
   void setClock(const Clock* clock);             // default: the system clock
-  void setEcho(bool toStandardOutput);           // default: on
+  void setEcho(bool toStandardError);            // default: off
   // Told of each new line on the main queue; returns a token for removal.
   int addDelegate(Delegate delegate);
   void removeDelegate(int token);

@@ -71,7 +71,8 @@ std::optional<std::pair<int, int>> hourAndMinute(const nlohmann::json& value) {
 ContentIndexManager::ContentIndexManager(Environment environment) : environment_(std::move(environment)) {
   if (environment_.folder.empty()) environment_.folder = AppDirectories::applicationSupportDirectory();
   if (environment_.resetCaches) {
-    preferences().remove(kSavedIndexInfoKey);
+    Status removed = preferences().removeValue(kSavedIndexInfoKey);
+    if (!removed.ok()) loadProblems_.push_back(removed.message());
     return;
   }
   load();
@@ -112,10 +113,9 @@ Status ContentIndexManager::save() {
     entry["uuidString"] = index->id;
     list.push_back(std::move(entry));
   }
-  preferences().set(kSavedIndexInfoKey, JSONText::dump(list));
+  Status stored = preferences().setValue(kSavedIndexInfoKey, JSONText::dump(list));
   for (const auto& observer : observers_) observer();
-  std::string error = preferences().lastSaveError();
-  if (!error.empty()) return Status::ioError("the list of indexes could not be saved: " + error);
+  if (!stored.ok()) return Status(stored.code(), "the list of indexes could not be saved: " + stored.message());
   return Status();
 }
 
@@ -399,7 +399,9 @@ void ContentIndexManager::startScheduledRefreshIfNeeded() {
   auto wanted = hourAndMinute(store.objectForKey("fileContentCachingUpdateTime"));
   std::tm current = localTime(now);
   if (!wanted || wanted->first != current.tm_hour || wanted->second != current.tm_min) return;
-  store.set("fileContentCachingUpdateLastTime", secondsSinceReferenceDate(now));
+  // Not saved (a read-only home): the 60-second guard still holds in memory
+  // through the running round.
+  store.setValue("fileContentCachingUpdateLastTime", secondsSinceReferenceDate(now)).ignore();
   timedRefreshIndexes_ = indexes_;
 }
 

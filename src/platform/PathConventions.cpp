@@ -39,6 +39,7 @@ PathConventions PathConventions::macOS(std::optional<std::string> bootVolumeName
   if (bootVolumeName) c.bootVolume = "/Volumes/" + *bootVolumeName;
   c.namesBootVolume = true;
   c.volumesPrefix = "/Volumes/";
+  c.removableMountRoots = {"/Volumes/"};
   c.systemDataVolume = "/System/Volumes/Data";
   c.findableAppsPrefix = "/System/Applications/";
   c.osDirectoryPrefixes = {"/bin",    "/cores",   "/dev",     "/etc",  "/home",
@@ -62,6 +63,7 @@ PathConventions PathConventions::linux() {
   c.name = "linux";
   c.bootVolume = "/";
   c.namesBootVolume = false;
+  c.removableMountRoots = {"/media/", "/run/media/", "/mnt/"};
   c.findableAppsPrefix = "/usr/share/applications/";
   c.osDirectoryPrefixes = {"/bin",  "/boot", "/dev", "/etc",  "/lib",  "/lib32",
                            "/lib64", "/libx32", "/lost+found", "/proc", "/run", "/sbin",

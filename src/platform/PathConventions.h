@@ -22,6 +22,9 @@ struct PathConventions {
   bool namesBootVolume = false;
   // "/Volumes/" on macOS; empty where volumes are mounted anywhere.
   std::string volumesPrefix;
+  // Where disks that come and go are mounted; a path below one belongs to a
+  // disk that may be away.
+  std::vector<std::string> removableMountRoots;
   // The data half of the boot volume, walked beside it; empty when none.
   std::string systemDataVolume;
   // Applications inside a system folder that must stay findable.
@@ -48,7 +51,7 @@ struct PathConventions {
   // Whether a listing of "/" itself may be made (one walk of "/").
   bool rootIsListable = false;
 
-  static PathConventions macOS(std::optional<std::string> bootVolumeName = std::string("Macintosh HD"),
+  static PathConventions macOS(std::optional<std::string> bootVolumeName = std::string("Boot Disk"),
                                std::string homeDirectory = "/Users/user");
   static PathConventions linux();
   // The conventions the program runs with (Linux).

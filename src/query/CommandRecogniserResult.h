@@ -12,6 +12,10 @@ namespace velmora {
 struct CommandRecogniserResult {
   std::vector<std::shared_ptr<Command>> commands;
   std::vector<SentenceComponent> recognisedParts;
+  // Words of phrases that matched a sentence in full but could not make
+  // their command ("bigger than 99999999999999999999 yb"): errors, unlike a
+  // phrase still being typed.
+  std::vector<SentenceComponent> failedParts;
 };
 
 }  // namespace velmora

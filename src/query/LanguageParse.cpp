@@ -20,8 +20,8 @@
 #include "query/commands/LabelCommand.h"
 #include "query/commands/LabelTagManager.h"
 #include "query/commands/MaxDepth.h"
-#include "query/commands/NameLengthCommand.h"
-#include "query/commands/PathLengthCommand.h"
+#include "query/commands/LengthCommand.h"
+#include "query/commands/LengthCommand.h"
 #include "query/commands/RegexCommand.h"
 #include "query/commands/ScriptCommand.h"
 #include "query/commands/ShowAllFiles.h"
@@ -404,9 +404,12 @@ CommandRecogniserResult LanguageParse::doesMatch(Words inputWords, const QuerySe
   result.recognisedParts.assign(inputWords.begin(), inputWords.begin() + std::ptrdiff_t(recognisedCount));
   if (!best) return result;
   auto factory = findFactory(best->sentenceTemplate.command);
-  if (!factory) return result;
+  if (!factory) return result;  // a family not built in: recognised, not wrong
   auto command = factory->create(best->sentenceTemplate.command, best->args, best->sentenceTemplate.flags);
-  if (!command) return result;
+  if (!command) {
+    result.failedParts = result.recognisedParts;
+    return result;
+  }
   command->setCommandConsumedParts(result.recognisedParts);
   result.commands.push_back(std::move(command));
   return result;
@@ -421,6 +424,7 @@ std::optional<CommandRecogniserResult> LanguageParse::allMatches(const std::vect
     CommandRecogniserResult found = doesMatch(remaining, settings, recognised);
     all.commands.insert(all.commands.end(), found.commands.begin(), found.commands.end());
     all.recognisedParts.insert(all.recognisedParts.end(), found.recognisedParts.begin(), found.recognisedParts.end());
+    all.failedParts.insert(all.failedParts.end(), found.failedParts.begin(), found.failedParts.end());
     // A word that starts no command is skipped.
     remaining = remaining.subspan(std::max<std::size_t>(recognised, 1));
   }

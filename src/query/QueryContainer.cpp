@@ -175,6 +175,7 @@ void QueryContainer::parseCommands(const QuerySettings& settings) {
   commandsFoundInQuery = found->commands;
   // Each word is recognised at most once: the parse moves past what it took.
   allRecoginsedParts = found->recognisedParts;
+  failedCommandAreaWords = found->failedParts;
 }
 
 std::vector<std::shared_ptr<SearchDataSource>> QueryContainer::suppliedDataSources() const {
@@ -330,7 +331,8 @@ std::vector<QueryStyleRun> QueryContainer::styleQueryString(bool showErrors) con
   runs.push_back({0, static_cast<int>(textCharacters(baseString).size()), kNormalColour});
   for (const auto& r : partLocationsToRanges(allRecoginsedParts)) runs.push_back({r.location, r.length, kRecognisedColour});
   if (showErrors)
-    for (const auto& r : partLocationsToRanges(unusedCommandAreaWords)) runs.push_back({r.location, r.length, kErrorColour});
+    for (const auto* words : {&unusedCommandAreaWords, &failedCommandAreaWords})
+      for (const auto& r : partLocationsToRanges(*words)) runs.push_back({r.location, r.length, kErrorColour});
   return runs;
 }
 

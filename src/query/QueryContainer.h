@@ -70,6 +70,9 @@ class QueryContainer {
   std::vector<std::string> searchWordsHighlightStrings;
   // Command-area words that no template attempt recognised.
   std::vector<SentenceComponent> unusedCommandAreaWords;
+  // Words of complete phrases whose command could not be made (a size too
+  // large, a date that does not exist): shown as errors.
+  std::vector<SentenceComponent> failedCommandAreaWords;
   // Command-area words that no finished command consumed.
   std::vector<SentenceComponent> invalidCommandAreaWords;
   std::vector<SentenceComponent> allRecoginsedParts;

@@ -81,9 +81,19 @@ void AppDelegate::ensureQueryWindowIsOpen() {
 
 void AppDelegate::activateOrQuitHotKeyStatusMenuSupportApp() {
   if (Preferences::bringToFrontHotKey() || Preferences::showInMenuBar()) {
-    if (!loginItem_->setEnabled(true))
-      Alert::show(Alert{"Sorry, Velmora couldn't be configured to open at startup.", {}, {}});
-  } else if (!loginItem_->setEnabled(false)) {
+    Status status = loginItem_->setEnabled(true);
+    if (status.code() == Status::Code::unsupported) {
+      // Nothing here can start programs at login: say what to do instead,
+      // once, rather than apologise at every start.
+      if (loginItemAdviceShown_ || PreferenceStore::shared().boolForKey(loginItemAdviceKey)) return;
+      loginItemAdviceShown_ = true;
+      // Noted once it was shown, so that a quit before then still leaves it for the next start.
+      Alert::show(Alert{status.message(), {}, {}},
+                  [](int) { PreferenceStore::shared().set(loginItemAdviceKey, true); });
+    } else if (!status.ok()) {
+      Alert::show(Alert{"Sorry, Velmora couldn't be configured to open at startup.", status.message(), {}});
+    }
+  } else if (!loginItem_->setEnabled(false).ok()) {
     Logger::shared().log("SMLoginItemSetEnabled returned an error when disabling the launch at login item.");
   }
 }

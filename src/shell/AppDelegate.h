@@ -23,6 +23,8 @@ class AppDelegate {
       "If you quit Velmora now, the caches will only be partially updated, possibly resulting in inaccurate "
       "search results.";
   static constexpr double indexTimerSeconds = 50.0;
+  // Set once the user was told how to start Velmora at login by hand.
+  static constexpr const char* loginItemAdviceKey = "loginItemAdviceGiven";
 
   struct StartStep {
     std::string name;
@@ -74,6 +76,7 @@ class AppDelegate {
   std::unique_ptr<RepeatingTimer> graceTimer_;
   bool interactive_ = false;
   bool observingEnsureQueryWindow_ = false;
+  bool loginItemAdviceShown_ = false;
   Seconds grace_{30.0};
 };
 

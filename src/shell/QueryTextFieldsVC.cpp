@@ -6,8 +6,8 @@
 
 namespace velmora {
 
-QueryTextFieldsVC::QueryTextFieldsVC(GCDAdditions& delays, Runner toMain)
-    : delays_(delays), toMain_(std::move(toMain)) {}
+QueryTextFieldsVC::QueryTextFieldsVC(GCDAdditions& delays, Runner toMain, Runner toParser)
+    : delays_(delays), toMain_(std::move(toMain)), toParser_(std::move(toParser)) {}
 
 QueryTextFieldsVC::~QueryTextFieldsVC() { *alive_ = false; }
 
@@ -20,9 +20,25 @@ const std::string& QueryTextFieldsVC::setText(std::string text) {
 
 void QueryTextFieldsVC::update() {
   // Only for display: a search parses the text anew, with its location.
-  currentQuery_.emplace(text_);
-  showBadRanges_ = true;
+  const std::uint64_t parse = ++*latestParse_;
   std::weak_ptr<bool> alive = alive_;
+  toParser_([this, alive, parse, latest = latestParse_, text = text_, toMain = toMain_] {
+    // A newer keystroke came while this one waited: its parse will do.
+    if (latest->load() != parse) return;
+    QueryContainer query(text);
+    auto withErrors = query.styleQueryString(true);
+    auto withoutErrors = query.styleQueryString(false);
+    toMain([this, alive, parse, latest, query = std::move(query), withErrors = std::move(withErrors),
+            withoutErrors = std::move(withoutErrors)]() mutable {
+      auto token = alive.lock();
+      if (!token || !*token || latest->load() != parse) return;
+      currentQuery_ = std::move(query);
+      runsWithErrors_ = std::move(withErrors);
+      runsWithoutErrors_ = std::move(withoutErrors);
+      changed();
+    });
+  });
+  showBadRanges_ = true;
   delays_.cancelPreviousThenPerform(fmt::format("QueryTextFieldsVC:{}", __LINE__), clearBadRangesDelay,
                                     [this, alive, toMain = toMain_] {
                                       toMain([this, alive] {
@@ -35,9 +51,8 @@ void QueryTextFieldsVC::update() {
   changed();
 }
 
-std::vector<QueryStyleRun> QueryTextFieldsVC::styleRuns() const {
-  if (!currentQuery_) return {};
-  return currentQuery_->styleQueryString(showBadRanges_);
+const std::vector<QueryStyleRun>& QueryTextFieldsVC::styleRuns() const {
+  return showBadRanges_ ? runsWithErrors_ : runsWithoutErrors_;
 }
 
 void QueryTextFieldsVC::changed() {

@@ -7,6 +7,7 @@
 #include "common/Logger.h"
 #include "common/MainQueue.h"
 #include "query/commands/ScriptCommand.h"
+#include "shell/QueryParseQueue.h"
 #include "shell/ScriptRunner.h"
 #include "stores/HistoryController.h"
 #include "stores/PreferenceStore.h"
@@ -18,6 +19,46 @@ constexpr double kFlushTick = 0.25;
 // How often a search waiting for its disk tries again.
 constexpr double kDiskRetryDelay = 1.0;
 }  // namespace
+
+// The search manager reports its end from its own thread. Were the window
+// itself the delegate, that thread would hold the window while reporting, and
+// the window's last reference could be dropped there: its destructor would run
+// on the search thread, against a main queue that may be gone. This object
+// holds the window weakly and takes the end to the main queue first.
+class QueryWindowContentController::ManagerDelegate : public SearchManagerDelegate {
+ public:
+  ManagerDelegate(std::weak_ptr<QueryWindowContentController> window,
+                  std::function<void(std::function<void()>)> mainQueue)
+      : window_(std::move(window)), mainQueue_(std::move(mainQueue)) {}
+
+  // The manager calls these on the main thread.
+  void searchManagerIsBeginingSearches(const QueryContainer& query) override {
+    if (auto window = window_.lock()) window->searchManagerIsBeginingSearches(query);
+  }
+  void searchManagerFoundItems(const std::vector<SearchResult>& items, std::int64_t total,
+                               const QueryContainer& forQuery) override {
+    if (auto window = window_.lock()) window->searchManagerFoundItems(items, total, forQuery);
+  }
+  void searchDataSourceProgress(std::int64_t files, std::int64_t waiting) override {
+    if (auto window = window_.lock()) window->searchDataSourceProgress(files, waiting);
+  }
+  void searchingInsideFile(const std::string& name, bool inProgress, int percentage) override {
+    if (auto window = window_.lock()) window->searchingInsideFile(name, inProgress, percentage);
+  }
+  void searchInvalidQuery() override {
+    if (auto window = window_.lock()) window->searchInvalidQuery();
+  }
+  // This one comes on the manager's own thread.
+  void searchManagerHasFinishedAllSearches(const QueryContainer& query) override {
+    mainQueue_([window = window_, query] {
+      if (auto self = window.lock()) self->finishedOnMain(query);
+    });
+  }
+
+ private:
+  std::weak_ptr<QueryWindowContentController> window_;
+  std::function<void(std::function<void()>)> mainQueue_;
+};
 
 std::shared_ptr<QueryWindowContentController> QueryWindowContentController::make(QueryWindowEnvironment environment) {
   std::shared_ptr<QueryWindowContentController> controller(new QueryWindowContentController(std::move(environment)));
@@ -37,6 +78,8 @@ QueryWindowContentController::QueryWindowContentController(QueryWindowEnvironmen
     environment_.runScript = [](const ScriptCommand& command, const std::vector<std::string>& files) {
       ScriptRunner::run(command, files);
     };
+  if (!environment_.parseQueue)
+    environment_.parseQueue = [](std::function<void()> parse) { QueryParseQueue::async(std::move(parse)); };
   if (!environment_.currentLocation)
     environment_.currentLocation = [] {
       return std::optional<SearchLocation>(
@@ -45,7 +88,8 @@ QueryWindowContentController::QueryWindowContentController(QueryWindowEnvironmen
 }
 
 void QueryWindowContentController::setup() {
-  textFields_ = std::make_unique<QueryTextFieldsVC>(delays_, environment_.mainQueue);
+  textFields_ = std::make_unique<QueryTextFieldsVC>(delays_, environment_.mainQueue, environment_.parseQueue);
+  managerDelegate_ = std::make_shared<ManagerDelegate>(weak_from_this(), environment_.mainQueue);
   outline_ = std::make_unique<ResultsOutlineViewVC>(environment_.mainQueue);
   std::weak_ptr<QueryWindowContentController> weak = weak_from_this();
   auto redraw = [weak] {
@@ -58,7 +102,12 @@ void QueryWindowContentController::setup() {
 QueryWindowContentController::~QueryWindowContentController() {
   finalResultsFlushTimer_.reset();
   if (diskRetry_) scheduler_.cancel(*diskRetry_);
-  if (currentSearchManager_) currentSearchManager_->stop();
+  // A stopped search ends within its loop's pause; none may outlive the
+  // window and post to a main queue that is gone with it.
+  for (const auto& started : startedManagers_)
+    if (auto manager = started.lock()) manager->stop();
+  for (const auto& started : startedManagers_)
+    if (auto manager = started.lock()) manager->waitUntilDone();
 }
 
 void QueryWindowContentController::changed() {
@@ -121,10 +170,27 @@ void QueryWindowContentController::doSearch() {
   }
 
   const std::string text = textFields_->text();
-  QueryContainer query(text, location, soundexOn, QuerySettings::fromPreferences(PreferenceStore::shared()));
+  const std::uint64_t generation = ++searchGeneration_;
+  if (state_ == State::waitingForDisk) state_ = State::idle;  // the disk is back
+  std::weak_ptr<QueryWindowContentController> weak = weak_from_this();
+  auto toMain = environment_.mainQueue;
+  // The store is read here, on the main thread; the parse gets a value.
+  auto settings = QuerySettings::fromPreferences(PreferenceStore::shared());
+  environment_.parseQueue([weak, toMain, text, location = *location, soundex = soundexOn, settings, generation] {
+    QueryContainer query(text, location, soundex, settings);
+    toMain([weak, generation, text, query = std::move(query), location]() mutable {
+      if (auto self = weak.lock()) self->startParsedSearch(generation, text, std::move(query), location);
+    });
+  });
+}
+
+void QueryWindowContentController::startParsedSearch(std::uint64_t generation, const std::string& text,
+                                                     QueryContainer query, const SearchLocation& location) {
+  // A keystroke or a newer start came while this text was being parsed.
+  if (generation != searchGeneration_) return;
   currentQuery_ = query;
   currentSearch_.queryString = text;
-  currentSearch_.location = location->locationName;
+  currentSearch_.location = location.locationName;
   currentSearch_.searchHiddenLocations = PreferenceStore::shared().boolForKey("searchInsideSystemAndApps");
 
   if (currentSearchManager_) {
@@ -167,8 +233,10 @@ void QueryWindowContentController::doSearch() {
   }
 
   bool searchInsideSystemAndApps = PreferenceStore::shared().boolForKey("searchInsideSystemAndApps");
-  auto manager = SearchManager::make(weak_from_this(), searchInsideSystemAndApps, environment_.searchEnvironment);
+  auto manager = SearchManager::make(managerDelegate_, searchInsideSystemAndApps, environment_.searchEnvironment);
   currentSearchManager_ = manager;
+  std::erase_if(startedManagers_, [](const std::weak_ptr<SearchManager>& started) { return started.expired(); });
+  startedManagers_.push_back(manager);
   state_ = State::searching;
   manager->searchFor(query);
   changed();
@@ -217,10 +285,7 @@ void QueryWindowContentController::flushResults() {
 }
 
 void QueryWindowContentController::searchManagerHasFinishedAllSearches(const QueryContainer& query) {
-  std::weak_ptr<QueryWindowContentController> weak = weak_from_this();
-  environment_.mainQueue([weak, query] {
-    if (auto self = weak.lock()) self->finishedOnMain(query);
-  });
+  managerDelegate_->searchManagerHasFinishedAllSearches(query);
 }
 
 void QueryWindowContentController::finishedOnMain(const QueryContainer& query) {
@@ -244,6 +309,8 @@ void QueryWindowContentController::finishedOnMain(const QueryContainer& query) {
 }
 
 void QueryWindowContentController::cancelOperation() {
+  // A start whose parse is still out is stopped too.
+  ++searchGeneration_;
   if (!currentSearchManager_) return;
   currentSearchManager_->stop();
   finishedOnMain(currentSearchManager_->currentSearchQuery());

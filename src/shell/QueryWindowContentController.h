@@ -36,11 +36,15 @@ struct QueryWindowEnvironment {
   SearchManagerEnvironment searchEnvironment = SearchSources::standardEnvironment();
   // Runs a script command on files; empty: ScriptRunner.
   std::function<void(const ScriptCommand&, const std::vector<std::string>&)> runScript;
+  // Runs a parse away from the main thread; empty: QueryParseQueue.
+  std::function<void(std::function<void()>)> parseQueue;
 };
 
 // The controller of one search window: turns typed text into a query, owns
 // the window's search manager, hands found items to the results list in
-// time slices, and keeps the progress line. Main thread only.
+// time slices, and keeps the progress line. Main thread only; queries are
+// parsed on the parse queue, so a long one never holds up the main loop.
+// Every search it starts has ended when it is destroyed.
 class QueryWindowContentController : public SearchManagerDelegate,
                                      public std::enable_shared_from_this<QueryWindowContentController> {
  public:
@@ -54,6 +58,8 @@ class QueryWindowContentController : public SearchManagerDelegate,
   // searches start automatically.
   void controlTextDidChange(const std::string& text, bool alwaysStartSearch = false);
   void startSearchAction() { doSearch(); }
+  // Reads the location and has the field parsed; the search starts when the
+  // parse comes back, unless a keystroke or another start came first.
   void doSearch();
   // Escape: once stops; twice in a row also returns to the query field.
   void cancel(bool isKeyPress = true);
@@ -94,8 +100,11 @@ class QueryWindowContentController : public SearchManagerDelegate,
   std::function<void()> onFocusSearchField;
 
  private:
+  class ManagerDelegate;
   explicit QueryWindowContentController(QueryWindowEnvironment environment);
   void setup();
+  void startParsedSearch(std::uint64_t generation, const std::string& text, QueryContainer query,
+                         const SearchLocation& location);
   void finishedOnMain(const QueryContainer& query);
   void changed();
 
@@ -107,6 +116,12 @@ class QueryWindowContentController : public SearchManagerDelegate,
   std::unique_ptr<ResultsOutlineViewVC> outline_;
   SavedSearchItem currentSearch_;
   std::shared_ptr<SearchManager> currentSearchManager_;
+  // What the managers report to: it never holds this window on their threads.
+  std::shared_ptr<ManagerDelegate> managerDelegate_;
+  // Every manager started and not yet gone, stopped ones included.
+  std::vector<std::weak_ptr<SearchManager>> startedManagers_;
+  // The newest start asked for; a keystroke also moves it on.
+  std::uint64_t searchGeneration_ = 0;
   std::optional<QueryContainer> currentQuery_;
   int stopCounter_ = 0;
   std::int64_t lastTotalNumberOfResultsReturned_ = 0;

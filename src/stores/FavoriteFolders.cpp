@@ -1,8 +1,10 @@
 #include "stores/FavoriteFolders.h"
+#include "stores/StoredValueChange.h"
 
 #include <filesystem>
 
 #include "common/AppDirectories.h"
+#include "common/Logger.h"
 #include "common/SharedAdditions.h"
 #include "stores/PreferenceStore.h"
 #include "stores/Preferences.h"
@@ -17,6 +19,28 @@ std::string lastComponent(const fs::path& path) {
   auto name = path.filename().string();
   return name.empty() ? path.string() : name;
 }
+
+std::map<std::string, std::string> pairsFrom(const json& stored) {
+  std::map<std::string, std::string> pairs;
+  if (!stored.is_object()) return pairs;
+  for (auto& [name, path] : stored.items())
+    if (path.is_string()) pairs[name] = path.get<std::string>();
+  return pairs;
+}
+
+json jsonFrom(const std::map<std::string, std::string>& pairs) {
+  json object = json::object();
+  for (auto& [name, path] : pairs) object[name] = path;
+  return object;
+}
+
+// An absolute path without "." and ".." and without a trailing "/".
+std::optional<fs::path> normalised(const std::string& rawPath) {
+  if (rawPath.empty() || rawPath.front() != '/') return std::nullopt;
+  fs::path path = fs::path(rawPath).lexically_normal();
+  if (path.has_relative_path() && path.filename().empty()) path = path.parent_path();
+  return path;
+}
 }  // namespace
 
 FavoriteFolders& FavoriteFolders::shared() {
@@ -29,57 +53,66 @@ void FavoriteFolders::startup() {
   load();
   auto& store = PreferenceStore::shared();
   if (store.boolForKey("firstRememberedItemsLoad")) return;
-  if (auto name = add((AppDirectories::homeDirectory() / "Downloads").string()))
-    store.set(downloadsNameKey, *name);
+  auto name = add((AppDirectories::homeDirectory() / "Downloads").string());
+  if (name) store.set(downloadsNameKey, *name);
+  else Logger::shared().log("Remembered folders: Downloads not remembered: " + name.status().message());
   store.set("firstRememberedItemsLoad", true);
 }
 
-void FavoriteFolders::load() {
-  pairs_.clear();
-  json stored = PreferenceStore::shared().objectForKey(defaultsKey);
-  if (!stored.is_object()) return;
-  for (auto& [name, path] : stored.items())
-    if (path.is_string()) pairs_[name] = path.get<std::string>();
+void FavoriteFolders::load() { pairs_ = pairsFrom(PreferenceStore::shared().objectForKey(defaultsKey)); }
+
+Status FavoriteFolders::change(const std::function<bool(Pairs&)>& edit) {
+  return changeStoredValue(defaultsKey, pairs_, pairsFrom, jsonFrom, edit, notifier_);
 }
 
-void FavoriteFolders::save() {
-  json object = json::object();
-  for (auto& [name, path] : pairs_) object[name] = path;
-  PreferenceStore::shared().set(defaultsKey, std::move(object));
-  notifier_.post();
+Status FavoriteFolders::save() {
+  Pairs mine = pairs_;
+  return change([&](Pairs& pairs) {
+    pairs = mine;
+    return true;
+  });
 }
 
-std::optional<std::string> FavoriteFolders::add(const std::string& rawPath) {
-  if (rawPath.empty() || rawPath.front() != '/') return std::nullopt;
-  fs::path path = fs::path(rawPath).lexically_normal();
-  if (path.has_relative_path() && path.filename().empty()) path = path.parent_path();  // drop a trailing "/"
-  std::string text = path.string();
-
-  std::string key = lastComponent(path);
-  if (auto it = pairs_.find(key); it != pairs_.end() && it->second != text)
-    key += "-" + lastComponent(path.parent_path());
-  // Two folders can still share "name-parent"; number the later ones.
-  std::string base = key;
-  for (int n = 2;; ++n) {
-    auto it = pairs_.find(key);
-    if (it == pairs_.end()) break;
-    if (it->second == text) return key;  // already remembered: nothing changes
-    key = base + " " + std::to_string(n);
-  }
-  pairs_[key] = text;
-  save();
+Result<std::string> FavoriteFolders::add(const std::string& rawPath) {
+  auto path = normalised(rawPath);
+  if (!path) return Status::invalidArgument("\"" + rawPath + "\" is not an absolute path");
+  std::string text = path->string();
+  std::string key;
+  Status status = change([&](Pairs& pairs) {
+    key = lastComponent(*path);
+    if (auto it = pairs.find(key); it != pairs.end() && it->second != text) key += "-" + lastComponent(path->parent_path());
+    // Two folders can still share "name-parent"; number the later ones.
+    std::string base = key;
+    for (int n = 2;; ++n) {
+      auto it = pairs.find(key);
+      if (it == pairs.end()) break;
+      if (it->second == text) return false;  // already remembered: nothing changes
+      key = base + " " + std::to_string(n);
+    }
+    pairs[key] = text;
+    return true;
+  });
+  if (!status.ok()) return status;
   return key;
 }
 
-bool FavoriteFolders::addNamed(const std::string& name, const std::string& rawPath) {
-  if (name.empty() || rawPath.empty() || rawPath.front() != '/') return false;
-  fs::path path = fs::path(rawPath).lexically_normal();
-  if (path.has_relative_path() && path.filename().empty()) path = path.parent_path();
-  auto it = pairs_.find(name);
-  if (it != pairs_.end()) return it->second == path.string();
-  pairs_[name] = path.string();
-  save();
-  return true;
+Status FavoriteFolders::addNamed(const std::string& name, const std::string& rawPath) {
+  if (name.empty()) return Status::invalidArgument("a remembered folder needs a name");
+  auto path = normalised(rawPath);
+  if (!path) return Status::invalidArgument("\"" + rawPath + "\" is not an absolute path");
+  std::string taken;
+  Status status = change([&](Pairs& pairs) {
+    auto it = pairs.find(name);
+    if (it != pairs.end()) {
+      if (it->second != path->string()) taken = it->second;
+      return false;
+    }
+    pairs[name] = path->string();
+    return true;
+  });
+  if (!status.ok()) return status;
+  if (!taken.empty()) return Status::invalidArgument("the name \"" + name + "\" is already used for " + taken);
+  return {};
 }
 
 std::vector<std::pair<std::string, std::string>> FavoriteFolders::displayItems() const {
@@ -91,16 +124,18 @@ std::vector<std::pair<std::string, std::string>> FavoriteFolders::displayItems()
   return out;
 }
 
-bool FavoriteFolders::deleteDisplayItem(std::size_t index) {
+Status FavoriteFolders::deleteDisplayItem(std::size_t index) {
   auto items = displayItems();
-  if (index >= items.size()) return false;
+  if (index >= items.size()) return Status::notFound("no remembered folder at " + std::to_string(index));
   return remove(items[index].first);
 }
 
-bool FavoriteFolders::remove(const std::string& name) {
-  if (pairs_.erase(name) == 0) return false;
-  save();
-  return true;
+Status FavoriteFolders::remove(const std::string& name) {
+  bool found = false;
+  Status status = change([&](Pairs& pairs) { return found = pairs.erase(name) > 0; });
+  if (!status.ok()) return status;
+  if (!found) return Status::notFound("no folder is remembered as \"" + name + "\"");
+  return {};
 }
 
 std::optional<std::string> FavoriteFolders::pathFor(const std::string& name) const {

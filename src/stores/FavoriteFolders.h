@@ -1,16 +1,21 @@
 #pragma once
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "common/Result.h"
 #include "stores/ChangeNotifier.h"
 
 namespace velmora {
 
 // Folders the user asked Velmora to remember, by a short name (the folder's
 // own name, or "name-parent" when that name is taken). Kept under
-// "RememberedFolders"; the query language's "~remembered" reads them.
+// "RememberedFolders"; the query language's "~remembered" reads them. Each
+// change starts from the list as saved now, so folders remembered by another
+// process meanwhile are kept. Paths are bytes: a name that is not UTF-8
+// comes back as it went in.
 class FavoriteFolders {
  public:
   static constexpr const char* DidChange = "FavoriteFolders.DidChange";
@@ -23,17 +28,18 @@ class FavoriteFolders {
   // Loads; on the very first run also remembers the Downloads folder.
   void startup();
   void load();
-  void save();
+  Status save();
 
-  // Returns the name the folder is remembered under; nothing for a path that
-  // is not absolute.
-  std::optional<std::string> add(const std::string& path);
-  // Remembers the folder under a name of the user's choosing; false when
-  // the name is taken by another folder or the path is not absolute.
-  bool addNamed(const std::string& name, const std::string& path);
+  // Returns the name the folder is remembered under; invalidArgument for a
+  // path that is not absolute, or why it could not be saved.
+  Result<std::string> add(const std::string& path);
+  // Remembers the folder under a name of the user's choosing; invalidArgument
+  // when the name is taken by another folder or the path is not absolute.
+  Status addNamed(const std::string& name, const std::string& path);
   // Removes the entry shown at `index` of displayItems().
-  bool deleteDisplayItem(std::size_t index);
-  bool remove(const std::string& name);
+  Status deleteDisplayItem(std::size_t index);
+  // notFound when no folder has the name.
+  Status remove(const std::string& name);
 
   const std::map<std::string, std::string>& keyFolderPairs() const { return pairs_; }
   // (name, path) sorted by name as a person reads it.
@@ -45,7 +51,11 @@ class FavoriteFolders {
   int didChange(ChangeNotifier::Handler call) { return notifier_.didChange(std::move(call)); }
 
  private:
-  std::map<std::string, std::string> pairs_;
+  using Pairs = std::map<std::string, std::string>;
+  // Applies `edit` to the list as saved now and saves it when it returns true.
+  Status change(const std::function<bool(Pairs&)>& edit);
+
+  Pairs pairs_;
   ChangeNotifier notifier_{DidChange};
 };
 

@@ -1,4 +1,5 @@
 #include "stores/HistoryController.h"
+#include "stores/StoredValueChange.h"
 
 #include <algorithm>
 #include <random>
@@ -50,53 +51,71 @@ void HistoryController::startup() {
   load();
 }
 
-void HistoryController::load() {
-  items_.clear();
-  json stored = PreferenceStore::shared().objectForKey(kHistoryKey);
-  if (!stored.is_array()) return;
+namespace {
+std::vector<HistoryItem> itemsFrom(const json& stored) {
+  std::vector<HistoryItem> items;
+  if (!stored.is_array()) return items;
   for (const auto& entry : stored)
-    if (auto item = HistoryItem::fromJSON(entry)) items_.push_back(std::move(*item));
+    if (auto item = HistoryItem::fromJSON(entry)) items.push_back(std::move(*item));
+  return items;
 }
 
-void HistoryController::save() {
+json jsonFrom(const std::vector<HistoryItem>& items) {
   json array = json::array();
-  for (const auto& item : items_) array.push_back(item.toJSON());
-  PreferenceStore::shared().set(kHistoryKey, std::move(array));
-  notifier_.post();
+  for (const auto& item : items) array.push_back(item.toJSON());
+  return array;
+}
+}  // namespace
+
+void HistoryController::load() { items_ = itemsFrom(PreferenceStore::shared().objectForKey(kHistoryKey)); }
+
+Status HistoryController::change(const std::function<bool(Items&)>& edit) {
+  return changeStoredValue(kHistoryKey, items_, itemsFrom, jsonFrom, edit, notifier_);
 }
 
-void HistoryController::removeOld() {
-  auto limit = Preferences::historyMaxCount();
+Status HistoryController::save() {
+  Items mine = items_;
+  return change([&](Items& items) {
+    items = mine;
+    return true;
+  });
+}
+
+void HistoryController::removeOld(Items& items, std::int64_t limit) {
   std::size_t max = limit > 0 ? static_cast<std::size_t>(limit) : 0;
-  while (!items_.empty() && items_.size() >= max) items_.erase(items_.begin());
+  while (!items.empty() && items.size() >= max) items.erase(items.begin());
 }
 
 void HistoryController::addQuery(const std::string& text) {
   std::string query = trimmed(text);
   if (query.empty() || !Preferences::historyEnabled()) return;
-  removeOld();
-  std::erase_if(items_, [&](const HistoryItem& item) { return item.queryString == query; });
-  if (Preferences::historyMaxCount() <= 0) {
-    save();
-    return;
-  }
+  // Read before the change: the store is locked while it runs.
+  std::int64_t limit = Preferences::historyMaxCount();
   HistoryItem item;
   item.id = makeUUIDString();
   item.type = HistoryItem::HistoryType::query;
   item.queryString = query;
   item.performedDate = std::chrono::duration<double>(clock_->now().time_since_epoch()).count();
-  items_.push_back(std::move(item));
-  save();
+  Status status = change([&](Items& items) {
+    removeOld(items, limit);
+    std::erase_if(items, [&](const HistoryItem& old) { return old.queryString == query; });
+    if (limit > 0) items.push_back(item);
+    return true;
+  });
+  if (!status.ok()) Logger::shared().log("History: \"" + query + "\" not saved: " + status.message());
 }
 
-void HistoryController::deleteQuery(const std::string& query) {
-  auto removed = std::erase_if(items_, [&](const HistoryItem& item) { return item.queryString == query; });
-  if (removed > 0) save();
+Status HistoryController::deleteQuery(const std::string& query) {
+  return change([&](Items& items) {
+    return std::erase_if(items, [&](const HistoryItem& item) { return item.queryString == query; }) > 0;
+  });
 }
 
-void HistoryController::clear() {
-  items_.clear();
-  save();
+Status HistoryController::clear() {
+  return change([](Items& items) {
+    items.clear();
+    return true;
+  });
 }
 
 std::vector<std::string> HistoryController::queries() const {

@@ -1,15 +1,20 @@
 #pragma once
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "common/Clock.h"
+#include "common/Result.h"
 #include "stores/ChangeNotifier.h"
 #include "stores/HistoryItem.h"
 
 namespace velmora {
 
 // The queries the user ran, oldest first, one entry per query text, kept
-// under "history" and cut to "historyMaxCount".
+// under "history" and cut to "historyMaxCount". Each change starts from the
+// list as saved now, so queries another window or process recorded meanwhile
+// are kept.
 class HistoryController {
  public:
   static constexpr const char* HistoryChanged = "HistoryController.HistoryChanged";
@@ -21,13 +26,13 @@ class HistoryController {
   // Notes the stored format version and loads the list.
   void startup();
   void load();
-  void save();
+  Status save();
 
   // Records a query (trimmed) unless history is switched off; an earlier
-  // entry of the same text moves to the end.
+  // entry of the same text moves to the end. A failure to save is logged.
   void addQuery(const std::string& text);
-  void deleteQuery(const std::string& query);
-  void clear();
+  Status deleteQuery(const std::string& query);
+  Status clear();
 
   const std::vector<HistoryItem>& items() const { return items_; }
   std::vector<std::string> queries() const;
@@ -36,7 +41,10 @@ class HistoryController {
   void removeObserver(int token) { notifier_.removeObserver(token); }
 
  private:
-  void removeOld();
+  using Items = std::vector<HistoryItem>;
+  static void removeOld(Items& items, std::int64_t limit);
+  // Applies `edit` to the list as saved now and saves it when it returns true.
+  Status change(const std::function<bool(Items&)>& edit);
 
   const Clock* clock_;
   std::vector<HistoryItem> items_;

@@ -1,6 +1,10 @@
 #include "stores/Preferences.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
+
+#include <fmt/format.h>
 
 #include "common/Logger.h"
 #include "stores/PreferenceStore.h"
@@ -46,18 +50,22 @@ std::vector<Preferences::KeyInfo> makeKnownKeys() {
       {"checkForLocalConnections", Type::boolean, true},
       {"diskCatalogCaching", Type::boolean, false},
       {"nettworkDiskCachingOnly", Type::boolean, true},
-      {"updateCachesEvery", Type::integer, 500},
+      {"updateCachesEvery", Type::integer, 500, std::nullopt, std::nullopt, {0, 1, 2, 3, 7, 14, 31, 500}},
       {"fileContentCaching", Type::boolean, false},
       {"fileContentCachingAskToAdd", Type::boolean, false},
-      {"resultsViewStyle", Type::integer, 2},
-      {"iconSizeSlider", Type::real, 290.0},
-      {"recentItemsMaxCount", Type::integer, 10},
-      {"historyMaxCount", Type::integer, 20},
+      {"resultsViewStyle", Type::integer, 2, 0, 2},
+      {"iconSizeSlider", Type::real, 290.0, 16, 1024},
+      {"recentItemsMaxCount", Type::integer, 10, 0, 1000},
+      {"historyMaxCount", Type::integer, 20, 0, 1000},
       {"hoverPreviews", Type::boolean, false},
-      {"listTextSize", Type::integer, 12},
+      {"listTextSize", Type::integer, 12, 6, 72},
       {"quitAfterLastSearchWindowGone", Type::boolean, false},
       {"fileContentCachingTimeUpdatesEnabled", Type::boolean, false},
       {"sidebarShouldShowDownloads", Type::boolean, true},
+      // The import helper's address-space limit, and how long an import may
+      // go without progress before the helper is stopped (0: no limit).
+      {"importMemoryLimitMB", Type::integer, 2048},
+      {"importTimeLimitSeconds", Type::integer, 300},
   };
   // First-time values, set into the user's layer rather than registered.
   keys.push_back({"showInMenuBar", Type::boolean, nullptr});
@@ -79,6 +87,33 @@ const Preferences::KeyInfo* Preferences::keyInfo(std::string_view key) {
   for (const auto& info : knownKeys())
     if (info.key == key) return &info;
   return nullptr;
+}
+
+bool Preferences::accepts(const KeyInfo& info, const json& value) {
+  if (!value.is_number()) return info.minimum == std::nullopt && info.maximum == std::nullopt && info.choices.empty();
+  double number = value.get<double>();
+  if (!std::isfinite(number)) return false;
+  if (info.minimum && number < *info.minimum) return false;
+  if (info.maximum && number > *info.maximum) return false;
+  if (!info.choices.empty())
+    return std::find(info.choices.begin(), info.choices.end(), static_cast<std::int64_t>(number)) !=
+               info.choices.end() &&
+           static_cast<double>(static_cast<std::int64_t>(number)) == number;
+  return true;
+}
+
+std::string Preferences::rangeText(const KeyInfo& info) {
+  auto number = [](double value) { return fmt::format("{}", value); };
+  if (!info.choices.empty()) {
+    std::string text = "one of";
+    for (std::size_t i = 0; i < info.choices.size(); ++i)
+      text += (i == 0 ? " " : i + 1 == info.choices.size() ? " or " : ", ") + std::to_string(info.choices[i]);
+    return text;
+  }
+  if (info.minimum && info.maximum) return "from " + number(*info.minimum) + " to " + number(*info.maximum);
+  if (info.minimum) return "of at least " + number(*info.minimum);
+  if (info.maximum) return "of at most " + number(*info.maximum);
+  return {};
 }
 
 std::string Preferences::buildVersion() { return VELMORA_VERSION; }
@@ -136,8 +171,22 @@ std::optional<Preferences::CachingUpdatesTag> Preferences::cachingUpdatesTag() {
 }
 
 bool Preferences::boolValue(std::string_view key) { return PreferenceStore::shared().boolForKey(key); }
-std::int64_t Preferences::intValue(std::string_view key) { return PreferenceStore::shared().integerForKey(key); }
-double Preferences::doubleValue(std::string_view key) { return PreferenceStore::shared().doubleForKey(key); }
+
+// A number outside its setting's range reads as the default, as a value of
+// the wrong type does.
+std::int64_t Preferences::intValue(std::string_view key) {
+  std::int64_t value = PreferenceStore::shared().integerForKey(key);
+  const KeyInfo* info = keyInfo(key);
+  if (!info || accepts(*info, value) || !info->defaultValue.is_number()) return value;
+  return info->defaultValue.get<std::int64_t>();
+}
+
+double Preferences::doubleValue(std::string_view key) {
+  double value = PreferenceStore::shared().doubleForKey(key);
+  const KeyInfo* info = keyInfo(key);
+  if (!info || accepts(*info, value) || !info->defaultValue.is_number()) return value;
+  return info->defaultValue.get<double>();
+}
 std::string Preferences::stringValue(std::string_view key) { return PreferenceStore::shared().stringForKey(key); }
 
 Preferences::ResultsViewStyle Preferences::resultsViewStyle() {

@@ -18,10 +18,15 @@ class Preferences {
 
   // One row of the defaults table; `defaultValue` is null for keys that are
   // in use without a registered default (they read as false, 0 or empty).
+  // Numbers may have a range or a list of choices; a stored value outside
+  // them reads as the default.
   struct KeyInfo {
     std::string key;
     ValueType type;
     nlohmann::json defaultValue;
+    std::optional<double> minimum = std::nullopt;
+    std::optional<double> maximum = std::nullopt;
+    std::vector<std::int64_t> choices = {};
   };
 
   // How often caches are refreshed ("updateCachesEvery"). The raw value is
@@ -62,6 +67,10 @@ class Preferences {
   // and the keys used without a default.
   static const std::vector<KeyInfo>& knownKeys();
   static const KeyInfo* keyInfo(std::string_view key);
+  // Whether a value of the key's type lies in its range or choices.
+  static bool accepts(const KeyInfo& info, const nlohmann::json& value);
+  // The range or choices in words ("from 0 to 1000"); empty when any value goes.
+  static std::string rangeText(const KeyInfo& info);
 
   static bool boolValue(std::string_view key);
   static std::int64_t intValue(std::string_view key);

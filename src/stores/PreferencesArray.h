@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "common/Logger.h"
 #include "stores/ChangeNotifier.h"
 #include "stores/PreferenceStore.h"
 
@@ -33,11 +34,22 @@ class PreferencesArray {
   }
 
   // An item already present moves to the front instead of appearing twice.
+  // A saved add starts from the list as saved now, so entries another
+  // process added meanwhile are kept; a failure to save is logged.
   void add(const T& item, bool save = true) {
-    contents_.erase(std::remove(contents_.begin(), contents_.end(), item), contents_.end());
-    contents_.insert(contents_.begin(), item);
-    trim();
-    if (save) this->save();
+    if (!save || !defaultsKey_) {
+      putFirst(contents_, item, maxElements());
+      if (save) notifier_.post();
+      return;
+    }
+    std::size_t limit = maxElements();  // read before the store is locked
+    Status status = PreferenceStore::shared().update(*defaultsKey_, [&](const nlohmann::json& current) {
+      contents_ = fromStored(current, limit);
+      putFirst(contents_, item, limit);
+      return std::optional<nlohmann::json>(toStored(contents_));
+    });
+    if (!status.ok()) Logger::shared().log("Preferences: \"" + *defaultsKey_ + "\" not saved: " + status.message());
+    notifier_.post();
   }
 
   // Entries that cannot be translated are dropped (and so vanish at the
@@ -45,19 +57,11 @@ class PreferencesArray {
   void load() {
     contents_.clear();
     if (!defaultsKey_) return;
-    nlohmann::json stored = PreferenceStore::shared().objectForKey(*defaultsKey_);
-    if (!stored.is_array()) return;
-    for (const auto& value : stored)
-      if (auto item = toRuntimeType(value)) contents_.push_back(std::move(*item));
-    trim();
+    contents_ = fromStored(PreferenceStore::shared().objectForKey(*defaultsKey_), maxElements());
   }
 
   void save() {
-    if (defaultsKey_) {
-      nlohmann::json array = nlohmann::json::array();
-      for (const auto& item : contents_) array.push_back(toSaveType(item));
-      PreferenceStore::shared().set(*defaultsKey_, std::move(array));
-    }
+    if (defaultsKey_) PreferenceStore::shared().set(*defaultsKey_, toStored(contents_));
     notifier_.post();
   }
 
@@ -77,6 +81,24 @@ class PreferencesArray {
   void trim() {
     std::size_t limit = maxElements();
     while (contents_.size() > limit) contents_.pop_back();
+  }
+  static void putFirst(std::vector<T>& list, const T& item, std::size_t limit) {
+    list.erase(std::remove(list.begin(), list.end(), item), list.end());
+    list.insert(list.begin(), item);
+    while (list.size() > limit) list.pop_back();
+  }
+  std::vector<T> fromStored(const nlohmann::json& stored, std::size_t limit) const {
+    std::vector<T> list;
+    if (stored.is_array())
+      for (const auto& value : stored)
+        if (auto item = toRuntimeType(value)) list.push_back(std::move(*item));
+    while (list.size() > limit) list.pop_back();
+    return list;
+  }
+  nlohmann::json toStored(const std::vector<T>& list) const {
+    nlohmann::json array = nlohmann::json::array();
+    for (const auto& item : list) array.push_back(toSaveType(item));
+    return array;
   }
 
   std::vector<T> contents_;

@@ -5,6 +5,7 @@
 
 #include "common/JSONText.h"
 #include "common/Logger.h"
+#include "stores/JSONByteStrings.h"
 #include "stores/OpenedFilesNotification.h"
 #include "stores/PreferenceStore.h"
 #include "stores/Preferences.h"
@@ -61,12 +62,20 @@ void RecentItems::load() {
     return;
   }
   for (const auto& entry : parsed)
-    if (auto item = RecentItem::fromJSON(entry)) items_.push_back(std::move(*item));
+    if (auto item = RecentItem::fromJSON(entry)) {
+      item->path = JSONByteStrings::decode(item->path);
+      items_.push_back(std::move(*item));
+    }
 }
 
 void RecentItems::save() {
   json array = json::array();
-  for (const auto& item : items_) array.push_back(item.toJSON());
+  // The list is JSON text inside one setting, so paths that are not UTF-8
+  // take the store's escaped form here too.
+  for (auto item : items_) {
+    item.path = JSONByteStrings::encode(item.path);
+    array.push_back(item.toJSON());
+  }
   PreferenceStore::shared().set(kItemsKey, JSONText::dump(array));
   notifier_.post();
 }

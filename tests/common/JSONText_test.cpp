@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "common/TerminalText.h"
 
 namespace velmora {
 namespace {
@@ -25,13 +24,6 @@ TEST(JSONText, BytesThatAreNotUTF8RoundTripThroughTheEscapedForm) {
   EXPECT_EQ(back["\\xFE"], 1);
   nlohmann::json plain = {{"a", "b"}};
   EXPECT_EQ(JSONText::dump(plain, 2), plain.dump(2));
-}
-
-TEST(TerminalText, ControlCharactersAndStrayBytesAreMadeVisible) {
-  EXPECT_EQ(TerminalText::escaped("plain caf\xC3\xA9 \xE2\x82\xAC"), "plain caf\xC3\xA9 \xE2\x82\xAC");
-  EXPECT_EQ(TerminalText::escaped("a\nb\tc\rd\x1B[2Je\x7F\x01"), "a\\nb\\tc\\rd\\e[2Je\\x7F\\x01");
-  EXPECT_EQ(TerminalText::escaped("x\xC2\x9B" "1m"), "x\\xC2\\x9B1m");  // a C1 escape
-  EXPECT_EQ(TerminalText::escaped("bad\xFF\xE9"), "bad\\xFF\\xE9");
 }
 
 }  // namespace

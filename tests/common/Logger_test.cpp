@@ -45,7 +45,7 @@ struct LoggerFixture : ::testing::Test {
     Logger::setEnabled(false);
     Logger::shared().setClock(nullptr);
     Logger::shared().setFolder({});
-    Logger::shared().setEcho(true);
+    Logger::shared().setEcho(false);
   }
   test::TempHome home;
   test::ManualClock clock;

@@ -7,7 +7,7 @@
 namespace velmora {
 namespace {
 
-const PathConventions mac = PathConventions::macOS("Macintosh HD", "/Users/a");
+const PathConventions mac = PathConventions::macOS("Boot Disk", "/Users/a");
 const PathConventions lin = PathConventions::linux();
 
 TEST(PathConventions, MacOperatingSystemFolders) {
@@ -15,7 +15,7 @@ TEST(PathConventions, MacOperatingSystemFolders) {
   EXPECT_FALSE(mac.isInsideOSDirectory("/Volumes/Data"));  // only the name is left
   EXPECT_FALSE(mac.isInsideOSDirectory("/System/Volumes/Data/Users/a/Documents"));
   EXPECT_TRUE(mac.isInsideOSDirectory("/System/Volumes/Data/private/tmp"));
-  EXPECT_FALSE(mac.isInsideOSDirectory("/System/Applications/Mail.app"));
+  EXPECT_FALSE(mac.isInsideOSDirectory("/System/Applications/Notes.app"));
   EXPECT_TRUE(mac.isInsideOSDirectory("/binary"));  // plain prefixes, as required
   EXPECT_TRUE(mac.isInsideOSDirectory("/Library2"));
   EXPECT_TRUE(mac.isInsideOSDirectory("/User"));
@@ -37,22 +37,22 @@ TEST(PathConventions, LinuxOperatingSystemFolders) {
 }
 
 TEST(PathConventions, BootVolumeSpellings) {
-  EXPECT_EQ(mac.correctRootBasedPath("/Users/a"), "/Volumes/Macintosh HD/Users/a");
+  EXPECT_EQ(mac.correctRootBasedPath("/Users/a"), "/Volumes/Boot Disk/Users/a");
   EXPECT_EQ(mac.correctRootBasedPath("/System/Volumes/Data/Users/a"), mac.correctRootBasedPath("/Users/a"));
   EXPECT_EQ(mac.correctRootBasedPath("/Volumes/Data/x"), "/Volumes/Data/x");
   EXPECT_EQ(mac.correctRootBasedPath("relative"), "relative");
   EXPECT_EQ(lin.correctRootBasedPath("/home/a"), "/home/a");
 
   EXPECT_EQ(mac.disksForLocations({"/"}),
-            (std::vector<std::string>{"/Volumes/Macintosh HD", "/System/Volumes/Data"}));
+            (std::vector<std::string>{"/Volumes/Boot Disk", "/System/Volumes/Data"}));
   EXPECT_EQ(mac.disksForLocations({"/", "/Volumes/Data"}),
-            (std::vector<std::string>{"/Volumes/Macintosh HD", "/System/Volumes/Data", "/Volumes/Data"}));
+            (std::vector<std::string>{"/Volumes/Boot Disk", "/System/Volumes/Data", "/Volumes/Data"}));
   EXPECT_EQ(lin.disksForLocations({"/", "/mnt/x"}), (std::vector<std::string>{"/", "/mnt/x"}));
 
   EXPECT_EQ(mac.fixBootVolumeURLs({"/Volumes/Data", "/"}),
-            (std::vector<std::string>{"/Volumes/Macintosh HD", "/Volumes/Data"}));
-  EXPECT_EQ(mac.fixBootVolumeURLs({}), (std::vector<std::string>{"/Volumes/Macintosh HD"}));
-  EXPECT_EQ(mac.namedBootVolumeURLsToSlashRoot({"/Volumes/Macintosh HD", "/Volumes/Data"}),
+            (std::vector<std::string>{"/Volumes/Boot Disk", "/Volumes/Data"}));
+  EXPECT_EQ(mac.fixBootVolumeURLs({}), (std::vector<std::string>{"/Volumes/Boot Disk"}));
+  EXPECT_EQ(mac.namedBootVolumeURLsToSlashRoot({"/Volumes/Boot Disk", "/Volumes/Data"}),
             (std::vector<std::string>{"/Volumes/Data", "/"}));
   EXPECT_EQ(mac.namedBootVolumeURLsToSlashRoot({"/Volumes/Data"}), (std::vector<std::string>{"/Volumes/Data"}));
 

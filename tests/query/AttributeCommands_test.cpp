@@ -12,8 +12,8 @@
 #include "query/commands/LabelTagManager.h"
 #include "query/LanguageParse.h"
 #include "query/commands/MaxDepth.h"
-#include "query/commands/NameLengthCommand.h"
-#include "query/commands/PathLengthCommand.h"
+#include "query/commands/LengthCommand.h"
+#include "query/commands/LengthCommand.h"
 #include "query/commands/RegexCommand.h"
 #include "query/commands/UTICommand.h"
 #include "model/SearchResult.h"
@@ -46,8 +46,8 @@ TEST_F(AttributeCommands, FilesFoldersAndBundles) {
   EXPECT_EQ(apply(folder, "/a/b", true), accept);
   EXPECT_EQ(apply(file, "/a/b", true), exclude);
   // An application bundle is neither.
-  EXPECT_EQ(apply(file, "/Applications/Mail.app", true), exclude);
-  EXPECT_EQ(apply(folder, "/Applications/Mail.app", true), exclude);
+  EXPECT_EQ(apply(file, "/Applications/Notes.app", true), exclude);
+  EXPECT_EQ(apply(folder, "/Applications/Notes.app", true), exclude);
   EXPECT_EQ(file.commandToString(), "is file");
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -27,7 +29,7 @@
 #include "query/commands/KnownDirectoriesCommand.h"
 #include "query/commands/LabelCommand.h"
 #include "query/commands/MaxDepth.h"
-#include "query/commands/NameLengthCommand.h"
+#include "query/commands/LengthCommand.h"
 #include "query/commands/RegexCommand.h"
 #include "query/commands/ScriptCommand.h"
 #include "query/commands/ShowAllFiles.h"
@@ -221,6 +223,18 @@ TEST_F(TemplateFile, WordsThatFitNothingStayUnrecognised) {
   EXPECT_FALSE(QueryContainer(": modified on 3/30/2424").findCommand<DateCommand>());
   EXPECT_TRUE(QueryContainer(": last 2000000000 years").findCommand<DateCommand>());
   EXPECT_FALSE(QueryContainer(": bigger than 5 yb").findCommand<SizeCommand>());
+  // A complete phrase that makes no command is an error, unlike one still
+  // being typed.
+  for (const char* text : {": bigger than 99999999999999999999 yb", ": smaller than -5 kb", ": size 18 eb"}) {
+    QueryContainer refused(text);
+    EXPECT_TRUE(refused.commandsFoundInQuery.empty()) << text;
+    EXPECT_FALSE(refused.failedCommandAreaWords.empty()) << text;
+    auto runs = refused.styleQueryString(true);
+    EXPECT_TRUE(std::any_of(runs.begin(), runs.end(), [](const QueryStyleRun& r) {
+      return r.colour == QueryContainer::kErrorColour;
+    })) << text;
+  }
+  EXPECT_TRUE(QueryContainer(": bigger than").failedCommandAreaWords.empty());
   // "bigger than" alone is recognised (half typed) and consumed by nothing.
   QueryContainer half(": bigger than");
   EXPECT_TRUE(half.commandsFoundInQuery.empty());

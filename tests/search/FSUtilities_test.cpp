@@ -10,7 +10,7 @@ namespace velmora {
 namespace {
 
 VolumeTable macVolumes() {
-  MountedVolume boot{"/", "/dev/disk1", "apfs", std::string("Macintosh HD"), 500000000000ull};
+  MountedVolume boot{"/", "/dev/disk1", "apfs", std::string("Boot Disk"), 500000000000ull};
   MountedVolume data{"/Volumes/Data", "/dev/disk2", "hfs", std::nullopt, 1000ull};
   MountedVolume stick{"/Volumes/STICK", "/dev/disk3", "msdos", std::string("STICK"), std::nullopt};
   return VolumeTable({boot, data, stick});
@@ -18,7 +18,7 @@ VolumeTable macVolumes() {
 
 struct MacFixture {
   std::atomic<int> asked{0};
-  FSUtilities fs{PathConventions::macOS("Macintosh HD", "/Users/a"),
+  FSUtilities fs{PathConventions::macOS("Boot Disk", "/Users/a"),
                  [this](const std::string& path) -> std::optional<bool> {
                    ++asked;
                    return path.find(".app/") != std::string::npos || path.find(".pkgdir/") != std::string::npos;
@@ -53,12 +53,12 @@ TEST(FSUtilities, InvisibleAndPackagePathsAreLearnedPerExtension) {
 
 TEST(FSUtilities, DisksNamesAndKeys) {
   MacFixture mac;
-  EXPECT_EQ(mac.fs.disk("/Users/a/x"), "/Volumes/Macintosh HD");
+  EXPECT_EQ(mac.fs.disk("/Users/a/x"), "/Volumes/Boot Disk");
   EXPECT_EQ(mac.fs.disk("/Volumes/Data/x"), "/Volumes/Data");
   EXPECT_EQ(mac.fs.volumeName("/Volumes/Data/x"), "Data");
   EXPECT_EQ(mac.fs.keyForDisk("/Volumes/Data"), "Data 1000 hfs");
   EXPECT_EQ(mac.fs.keyForDisk("/Volumes/STICK/a"), "STICK 0 msdos");
-  EXPECT_EQ(mac.fs.keyForDisk("/Users/a"), "Macintosh HD 500000000000 apfs");
+  EXPECT_EQ(mac.fs.keyForDisk("/Users/a"), "Boot Disk 500000000000 apfs");
   EXPECT_TRUE(mac.fs.isMacFormatted("/Volumes/Data/x"));
   EXPECT_FALSE(mac.fs.isMacFormatted("/Volumes/STICK"));
   EXPECT_EQ(mac.fs.isDiskAPFS("/Users"), true);

@@ -14,7 +14,7 @@
 namespace velmora {
 namespace {
 
-const PathConventions mac = PathConventions::macOS("Macintosh HD", "/Users/a");
+const PathConventions mac = PathConventions::macOS("Boot Disk", "/Users/a");
 
 struct FakeIndex : CacheVC_IndexInterface {
   explicit FakeIndex(std::string target) : target(std::move(target)) {}
@@ -26,7 +26,7 @@ struct FakeIndex : CacheVC_IndexInterface {
 TEST(SearchLocation, DisksNamesAndOfflineTargets) {
   auto root = SearchLocation::fromURLs({"/"}, {});
   EXPECT_EQ(root.disksForLocations(mac),
-            (std::vector<std::string>{"/Volumes/Macintosh HD", "/System/Volumes/Data"}));
+            (std::vector<std::string>{"/Volumes/Boot Disk", "/System/Volumes/Data"}));
   auto index = std::make_shared<FakeIndex>("/Volumes/Data/Projects");
   SearchLocation mixed({SearchTarget::forIndex(index), SearchTarget::forURL("/Volumes/Data")}, {});
   EXPECT_EQ(mixed.locationName, "Index of /Volumes/Data/Projects");
@@ -50,7 +50,7 @@ TEST(SearchLocation, PathsAreInALocationByPlainPrefix) {
   EXPECT_FALSE(pro.pathIsInLocation("/Volumes/Other/x", mac));
   // Two spellings of the boot volume meet.
   auto users = SearchLocation::fromURLs({"/Users/a"}, {});
-  EXPECT_TRUE(users.pathIsInLocation("/Volumes/Macintosh HD/Users/a/x", mac));
+  EXPECT_TRUE(users.pathIsInLocation("/Volumes/Boot Disk/Users/a/x", mac));
   EXPECT_TRUE(users.pathIsInLocation("/System/Volumes/Data/Users/a/x", mac));
   auto root = SearchLocation::fromURLs({"/"}, {});
   EXPECT_TRUE(root.pathIsInLocation("/System/Volumes/Data/x", mac));
@@ -101,7 +101,7 @@ TEST(DiskInfoManager, BootVolumeFirstAndMountsChangeTheList) {
   std::string stick = (home.path() / "Stick").string();
   std::string zram = (home.path() / "zram").string();
   std::filesystem::create_directories(stick + "/Backups.backupdb");
-  VolumeTable table({{"/Volumes/Macintosh HD", "/dev/disk1", "apfs"},
+  VolumeTable table({{"/Volumes/Boot Disk", "/dev/disk1", "apfs"},
                      {"/Volumes/AAA", "/dev/disk2", "hfs"},
                      {"/Volumes/Net", "srv:/x", "nfs", std::nullopt, std::nullopt, false},
                      {stick, "/dev/sdb1", "vfat"}});
@@ -110,7 +110,7 @@ TEST(DiskInfoManager, BootVolumeFirstAndMountsChangeTheList) {
   manager.buildAll(table);
   auto volumes = manager.volumes();
   ASSERT_EQ(volumes.size(), 4u);
-  EXPECT_EQ(volumes[0].url, "/Volumes/Macintosh HD");
+  EXPECT_EQ(volumes[0].url, "/Volumes/Boot Disk");
   EXPECT_EQ(volumes[1].url, "/Volumes/AAA");
   EXPECT_TRUE(volumes[1].isMacFS);
   EXPECT_FALSE(volumes[2].isLocal);

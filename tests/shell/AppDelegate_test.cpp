@@ -18,11 +18,11 @@ namespace {
 class RecordingLoginItem : public LoginItem {
  public:
   explicit RecordingLoginItem(std::vector<std::string>& log) : log_(log) {}
-  bool setEnabled(bool enabled) override {
+  Status setEnabled(bool enabled) override {
     log_.push_back(enabled ? "login on" : "login off");
-    return succeed;
+    return outcome;
   }
-  bool succeed = true;
+  Status outcome;
 
  private:
   std::vector<std::string>& log_;
@@ -163,12 +163,26 @@ TEST_F(AppDelegateTest, BusyQuitAsksOrWaitsOutTheGracePeriod) {
 }
 
 TEST_F(AppDelegateTest, FailingLoginItemIsReported) {
-  loginItem.succeed = false;
+  loginItem.outcome = Status::ioError("cannot link");
   AppDelegate delegate(LifecycleHooks{}, scheduler, loginItem, [] { return nullptr; });
   Preferences::startup();
   delegate.activateOrQuitHotKeyStatusMenuSupportApp();
   MainQueue::poll();
   EXPECT_EQ(alerts, std::vector<std::string>{"Sorry, Velmora couldn't be configured to open at startup."});
+}
+
+TEST_F(AppDelegateTest, NoWayToStartAtLoginIsExplainedOnce) {
+  loginItem.outcome = Status::unsupported("add `velmora serve` to your startup programs");
+  AppDelegate delegate(LifecycleHooks{}, scheduler, loginItem, [] { return nullptr; });
+  Preferences::startup();
+  delegate.activateOrQuitHotKeyStatusMenuSupportApp();
+  delegate.activateOrQuitHotKeyStatusMenuSupportApp();  // at quit
+  MainQueue::poll();
+  PreferenceStore::resetShared(home.path() / "preferences.json");  // the next start
+  AppDelegate next(LifecycleHooks{}, scheduler, loginItem, [] { return nullptr; });
+  next.activateOrQuitHotKeyStatusMenuSupportApp();
+  MainQueue::poll();
+  EXPECT_EQ(alerts, std::vector<std::string>{"add `velmora serve` to your startup programs"});
 }
 
 TEST(GuruMeditationTest, DetailedStringLines) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <mutex>
+#include <thread>
 
 #include "common/GCDAdditions.h"
 #include "query/commands/ScriptCommand.h"
@@ -71,21 +73,41 @@ class QueryWindow : public ::testing::Test {
     make({});
   }
   void make(std::vector<SearchResult> found) {
+    std::vector<SearchDataSourceMaker> sources;
+    if (!found.empty())
+      sources.push_back({SourceCondition::wordBasedWithoutOwnLocations, "list",
+                         [found] { return std::make_shared<ListSource>(found); }});
+    makeWith(std::move(sources));
+  }
+  void makeWith(std::vector<SearchDataSourceMaker> sources) {
     QueryWindowEnvironment environment;
     environment.scheduler = &scheduler;
     environment.delays = &delays;
-    environment.mainQueue = main.runner();
+    environment.mainQueue = [this, runner = main.runner()](std::function<void()> task) {
+      if (std::this_thread::get_id() != testThread) {
+        std::function<void()> hook;
+        {
+          std::lock_guard guard(hookMutex);
+          hook = std::exchange(offMainHook, nullptr);
+        }
+        if (hook) hook();
+      }
+      runner(std::move(task));
+    };
+    // Parses run when the test says so, or at once on the test's thread.
+    environment.parseQueue = [this](std::function<void()> parse) {
+      if (holdParses)
+        heldParses.push_back(std::move(parse));
+      else
+        parse();
+    };
     environment.currentLocation = [this]() -> std::optional<SearchLocation> {
       ++locationRequests;
       if (!diskPresent) return std::nullopt;
       return SearchLocation::fromURLs({"/data"}, "data");
     };
     environment.searchEnvironment.osItemFilter = nullptr;
-    environment.searchEnvironment.sources = {};
-    if (!found.empty())
-      environment.searchEnvironment.sources.push_back(
-          {SourceCondition::wordBasedWithoutOwnLocations, "list",
-           [found] { return std::make_shared<ListSource>(found); }});
+    environment.searchEnvironment.sources = std::move(sources);
     environment.runScript = [this](const ScriptCommand& command, const std::vector<std::string>& files) {
       scriptRuns.push_back({command.type.value, files});
     };
@@ -100,6 +122,12 @@ class QueryWindow : public ::testing::Test {
     }
     main.drain();
     window.reset();
+  }
+  void runHeldParses() {
+    auto parses = std::move(heldParses);
+    heldParses.clear();
+    for (auto& parse : parses) parse();
+    main.drain();
   }
   void advance(double seconds) {
     scheduler.advance(Seconds(seconds));
@@ -122,6 +150,12 @@ class QueryWindow : public ::testing::Test {
   bool diskPresent = true;
   int focusRequests = 0;
   std::vector<std::pair<std::string, std::vector<std::string>>> scriptRuns;
+  bool holdParses = false;
+  std::vector<std::function<void()>> heldParses;
+  const std::thread::id testThread = std::this_thread::get_id();
+  // Called once, on the first task posted from another thread.
+  std::mutex hookMutex;
+  std::function<void()> offMainHook;
   std::shared_ptr<QueryWindowContentController> window;
 };
 
@@ -145,11 +179,13 @@ TEST_F(QueryWindow, OneSearchStartsAfterTheLastOfSeveralKeystrokes) {
 TEST_F(QueryWindow, WithoutAutostartTypingOnlyParsesButStillStops) {
   window->changeCurrentSearchTextAndLocation("report", false);
   window->startSearchAction();
+  main.drain();
   auto running = window->currentSearchManager();
   ASSERT_TRUE(running);
   EXPECT_EQ(locationRequests, 1);
   window->controlTextDidChange("budget : bigger than 5 mb");
   EXPECT_TRUE(running->shouldStop());
+  main.drain();
   ASSERT_TRUE(window->textFields().currentQuery());
   EXPECT_FALSE(window->textFields().styleRuns().empty());
   // Words not understood stay marked for three seconds after the last keystroke.
@@ -161,11 +197,14 @@ TEST_F(QueryWindow, WithoutAutostartTypingOnlyParsesButStillStops) {
   EXPECT_EQ(locationRequests, 1);
   // Return always starts.
   window->startSearchAction();
+  main.drain();
   EXPECT_EQ(locationRequests, 2);
+  EXPECT_EQ(window->currentQuery()->baseString, "budget : bigger than 5 mb");
 }
 
 TEST_F(QueryWindow, ResultsOfAStoppedSearchNeverReachTheList) {
   window->changeCurrentSearchTextAndLocation("report", true);
+  main.drain();
   QueryContainer query = *window->currentQuery();
   window->searchManagerFoundItems({result("/data/report 1")}, 1, query);
   advance(0.3);
@@ -194,6 +233,7 @@ TEST_F(QueryWindow, FoundItemsFlowIntoTheListAndTheEndCompletesTheProgress) {
   found.push_back(result("/elsewhere/report x"));  // outside the location
   make(found);
   window->changeCurrentSearchTextAndLocation("report", true);
+  main.drain();
   EXPECT_EQ(window->state(), QueryWindowContentController::State::searching);
   finishSearch();
   EXPECT_EQ(listed(), 1234u);
@@ -224,6 +264,7 @@ TEST_F(QueryWindow, WaitingForDiskInvalidQueryAndEmptyField) {
   EXPECT_TRUE(window->progress().showsErrorPicture());
 
   window->changeCurrentSearchTextAndLocation("", true);
+  main.drain();
   EXPECT_EQ(window->state(), QueryWindowContentController::State::idle);
   EXPECT_FALSE(window->currentSearchManager());
 }
@@ -231,6 +272,7 @@ TEST_F(QueryWindow, WaitingForDiskInvalidQueryAndEmptyField) {
 TEST_F(QueryWindow, AScriptCommandRunsOnTheSelectionWithoutClearingIt) {
   test::writeFile(home.path() / "scripts" / "tidy.sh", "#!/bin/sh\n");
   window->changeCurrentSearchTextAndLocation("report", true);
+  main.drain();
   QueryContainer query = *window->currentQuery();
   window->searchManagerFoundItems({result("/data/report a"), result("/data/report b")}, 2, query);
   window->outline().waitUntilMergesFinished();
@@ -245,6 +287,93 @@ TEST_F(QueryWindow, AScriptCommandRunsOnTheSelectionWithoutClearingIt) {
   window->outline().waitUntilMergesFinished();
   main.drain();
   EXPECT_EQ(listed(), 2u);
+}
+
+TEST_F(QueryWindow, ParsesNeverRunOnTheMainThreadAndAKeystrokeDropsAStartStillBeingParsed) {
+  holdParses = true;
+  window->changeCurrentSearchTextAndLocation("report", true);
+  main.drain();
+  // The main thread went on: nothing parsed, nothing started.
+  EXPECT_FALSE(window->currentQuery());
+  EXPECT_FALSE(window->currentSearchManager());
+  EXPECT_FALSE(window->textFields().currentQuery());
+  ASSERT_EQ(heldParses.size(), 2u);  // the field's colouring and the start
+  // A keystroke while the parse is out: that start is for the old text.
+  window->controlTextDidChange("report budget");
+  runHeldParses();
+  EXPECT_FALSE(window->currentSearchManager());
+  ASSERT_TRUE(window->textFields().currentQuery());
+  EXPECT_EQ(window->textFields().currentQuery()->baseString, "report budget");
+  // Escape stops a start whose parse is still out.
+  window->startSearchAction();
+  window->cancel();
+  runHeldParses();
+  EXPECT_FALSE(window->currentSearchManager());
+  // Of two starts in a row, only the second one searches.
+  window->startSearchAction();
+  window->startSearchAction();
+  runHeldParses();
+  ASSERT_TRUE(window->currentSearchManager());
+  EXPECT_EQ(window->currentQuery()->baseString, "report budget");
+  EXPECT_EQ(window->state(), QueryWindowContentController::State::searching);
+}
+
+TEST_F(QueryWindow, ASearchThreadNeverHoldsTheWindow) {
+  // The end of a search is reported from the manager's own thread. Held
+  // inside that report, the thread must not own the window: if it did, the
+  // window's last reference could be dropped there and the window destroyed
+  // on the search thread, after the test's main queue and clocks are gone.
+  // A source that searches until the test lets it end.
+  struct Gate : SearchDataSource {
+    SearchResultSupplier type() const override { return SearchResultSupplier::fileSystem; }
+    void search(const QueryContainer&, SearchDataSourceDelegate&) override {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [&] { return open; });
+    }
+    void searchShouldStop() override {}
+    void letEnd() {
+      std::lock_guard guard(mutex);
+      open = true;
+      changed.notify_all();
+    }
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool open = false;
+  };
+  auto gate = std::make_shared<Gate>();
+  makeWith({{SourceCondition::wordBasedWithoutOwnLocations, "gate", [gate] { return gate; }}});
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool inReport = false, release = false;
+  auto hold = [&] {
+    std::unique_lock lock(mutex);
+    inReport = true;
+    changed.notify_all();
+    changed.wait(lock, [&] { return release; });
+  };
+  std::weak_ptr<QueryWindowContentController> weak = window;
+  window->changeCurrentSearchTextAndLocation("report", true);
+  main.drain();
+  auto manager = window->currentSearchManager();
+  ASSERT_TRUE(manager);
+  // Whatever the list's merges post comes first; then the search may end.
+  window->outline().waitUntilMergesFinished();
+  main.drain();
+  {
+    std::lock_guard guard(hookMutex);
+    offMainHook = hold;
+  }
+  gate->letEnd();
+  {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return inReport; });
+    EXPECT_EQ(weak.use_count(), 1);
+    release = true;
+  }
+  changed.notify_all();
+  manager->waitUntilDone();
+  main.drain();
+  EXPECT_EQ(window->progress().text(), "No items found. Search complete.");
 }
 
 TEST(ScriptRunner, PassesTheFilesAsArgumentsAndReportsFailures) {

@@ -18,8 +18,8 @@ class ServeCliTest : public ::testing::Test {
   std::string velmora() const { return shellQuote(programPath("velmora").string()); }
 
   // Starts `velmora serve` in the background and waits until it holds its lock.
-  pid_t startServe() {
-    runCommand(velmora() + " serve </dev/null >" + shellQuote((home.path() / "serve.out").string()) + " 2>&1 &");
+  pid_t startServe(const std::string& environment = "") {
+    runCommand(environment + velmora() + " serve </dev/null >" + shellQuote((home.path() / "serve.out").string()) + " 2>&1 &");
     for (int i = 0; i < 500; ++i) {
       for (const auto& path : SingleInstanceLock::candidatePaths())
         if (auto pid = SingleInstanceLock::runningHolder(path)) return *pid;
@@ -92,6 +92,53 @@ TEST_F(ServeCliTest, UnwritableSupportFolderStillRunsAndQuits) {
   ASSERT_TRUE(waitUntilStopped());
   EXPECT_NE(log().find("Serve: cannot create"), std::string::npos);
   EXPECT_NE(log().find("Browsing metadata: cannot open"), std::string::npos);
+}
+
+TEST_F(ServeCliTest, ChangesMadeWhileServeRunsOutliveItsQuit) {
+  auto folder = home.tree("work");
+  pid_t pid = startServe();
+  ASSERT_GT(pid, 0);
+  EXPECT_EQ(runCommand(velmora() + " prefs set hoverPreviews true").status, 0);
+  EXPECT_EQ(runCommand(velmora() + " remember work " + shellQuote(folder.string())).status, 0);
+  EXPECT_EQ(runCommand(velmora() + " quit 2>&1").status, 0);
+  ASSERT_TRUE(waitUntilStopped());
+  auto prefs = nlohmann::json::parse(readFile(home.path() / "preferences.json"));
+  EXPECT_EQ(prefs["hoverPreviews"], true);
+  EXPECT_EQ(prefs["RememberedFolders"]["work"], folder.string());
+  EXPECT_EQ(prefs["hasLaunchedBefore"], true);  // serve's own change at quit
+}
+
+TEST_F(ServeCliTest, StartAtLoginInstallsTheUnitOrSaysOnceWhatToDo) {
+  // No user manager: no apology at every start, one piece of advice.
+  fs::create_directories(home.path() / "run");
+  std::string noManager = "XDG_RUNTIME_DIR=" + shellQuote((home.path() / "run").string()) + " ";
+  for (int run = 0; run < 2; ++run) {
+    ASSERT_GT(startServe(noManager), 0);
+    ASSERT_EQ(runCommand(velmora() + " quit 2>&1").status, 0);
+    ASSERT_TRUE(waitUntilStopped());
+  }
+  std::string text = log();
+  EXPECT_EQ(text.find("Sorry, Velmora couldn't be configured"), std::string::npos) << text;
+  auto advice = text.find("startup programs");
+  ASSERT_NE(advice, std::string::npos) << text;
+  EXPECT_EQ(text.find("startup programs", advice + 1), std::string::npos) << text;
+
+  // With one, the unit is installed for this program and enabled.
+  fs::create_directories(home.path() / "run" / "systemd");
+  ASSERT_GT(startServe(noManager), 0);
+  ASSERT_EQ(runCommand(velmora() + " quit 2>&1").status, 0);
+  ASSERT_TRUE(waitUntilStopped());
+  fs::path unit = home.path() / "systemd" / "user" / "velmora.service";
+  EXPECT_NE(readFile(unit).find("ExecStart=\"" + fs::canonical(programPath("velmora")).string() + "\" serve"),
+            std::string::npos);
+  EXPECT_TRUE(fs::is_symlink(home.path() / "systemd" / "user" / "default.target.wants" / "velmora.service"));
+  EXPECT_EQ(log().find("Sorry, Velmora couldn't be configured"), std::string::npos);
+
+  fs::remove(unit);
+  auto installed = runCommand(velmora() + " serve --install-user-unit 2>&1");
+  EXPECT_EQ(installed.status, 0);
+  EXPECT_NE(installed.out.find("systemctl --user enable"), std::string::npos) << installed.out;
+  EXPECT_TRUE(fs::exists(unit));
 }
 
 TEST_F(ServeCliTest, OpenURLRunsOnlyVelmoraLinks) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "shell/LoginItem.h"
 #include "support/TempHome.h"
 
 namespace velmora::test {
@@ -30,19 +29,6 @@ TEST(SingleInstanceLockTest, SecondHolderIsTurnedAway) {
   SingleInstanceLock impossible(home.path() / "plain" / "serve.lock");
   EXPECT_EQ(impossible.acquire(), SingleInstanceLock::Outcome::unavailable);
   EXPECT_NE(impossible.error().find("cannot create"), std::string::npos);
-}
-
-TEST(SingleInstanceLockTest, LoginItemNeedsTheInstalledUnit) {
-  TempHome home;
-  SystemdLoginItem item;
-  EXPECT_FALSE(item.setEnabled(true));  // unit not installed
-  writeFile(item.unitFile(), "[Unit]\n");
-  EXPECT_TRUE(item.setEnabled(true));
-  EXPECT_TRUE(item.isEnabled());
-  EXPECT_EQ(std::filesystem::read_symlink(item.wantsLink()), item.unitFile());
-  EXPECT_TRUE(item.setEnabled(false));
-  EXPECT_FALSE(item.isEnabled());
-  EXPECT_TRUE(item.setEnabled(false));
 }
 
 }  // namespace velmora::test

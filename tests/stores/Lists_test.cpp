@@ -103,7 +103,7 @@ TEST_F(ListsTest, HistoryOrderRepeatsAndLimit) {
   PreferenceStore::shared().set("historyEnabled", false);
   reloaded.addQuery("not kept");
   EXPECT_EQ(reloaded.queries().back(), "q18");
-  reloaded.deleteQuery("q18");
+  EXPECT_TRUE(reloaded.deleteQuery("q18").ok());
   EXPECT_EQ(reloaded.queries().back(), "q17");
 }
 
@@ -151,11 +151,11 @@ TEST_F(ListsTest, FavoriteFoldersNameCollisions) {
   EXPECT_EQ(favorites.downloadsName(), "Downloads");
   EXPECT_TRUE(favorites.pathFor("Downloads").has_value());
 
-  EXPECT_EQ(favorites.add("/home/ann/Projects"), "Projects");
-  EXPECT_EQ(favorites.add("/work/Projects/"), "Projects-work");
-  EXPECT_EQ(favorites.add("/home/ann/Projects"), "Projects");  // same path: nothing changes
-  EXPECT_EQ(favorites.add("/other/work/Projects"), "Projects-work 2");
-  EXPECT_EQ(favorites.add("relative/path"), std::nullopt);
+  EXPECT_EQ(favorites.add("/home/ann/Projects").valueOr(""), "Projects");
+  EXPECT_EQ(favorites.add("/work/Projects/").valueOr(""), "Projects-work");
+  EXPECT_EQ(favorites.add("/home/ann/Projects").valueOr(""), "Projects");  // same path: nothing changes
+  EXPECT_EQ(favorites.add("/other/work/Projects").valueOr(""), "Projects-work 2");
+  EXPECT_EQ(favorites.add("relative/path").status().code(), Status::Code::invalidArgument);
   EXPECT_EQ(favorites.keyFolderPairs().size(), 4u);
 
   FavoriteFolders reloaded;
@@ -163,9 +163,9 @@ TEST_F(ListsTest, FavoriteFoldersNameCollisions) {
   EXPECT_EQ(reloaded.keyFolderPairs(), favorites.keyFolderPairs());
   auto items = reloaded.displayItems();
   ASSERT_EQ(items[0].first, "Downloads");
-  EXPECT_TRUE(reloaded.deleteDisplayItem(0));
+  EXPECT_TRUE(reloaded.deleteDisplayItem(0).ok());
   EXPECT_FALSE(reloaded.pathFor("Downloads"));
-  EXPECT_FALSE(reloaded.deleteDisplayItem(99));
+  EXPECT_EQ(reloaded.deleteDisplayItem(99).code(), Status::Code::notFound);
 }
 
 TEST_F(ListsTest, SavedSearchesLoadSaveAndUniqueNames) {

@@ -15,7 +15,7 @@ TEST_F(PreferencesTest, StartupRegistersTheTableWithoutWritingItBack) {
   Prefs::startup();
   auto& store = PreferenceStore::shared();
   json defaults = store.defaults();
-  EXPECT_EQ(defaults.size(), 36u);
+  EXPECT_EQ(defaults.size(), 38u);
   EXPECT_EQ(defaults["updateCachesEvery"], 500);
   EXPECT_EQ(defaults["lastSearchlocationPopupSelectedItemName"], "in home");
   EXPECT_EQ(defaults["iconSizeSlider"], 290.0);
@@ -59,8 +59,9 @@ TEST_F(PreferencesTest, CachingUpdatesTagIntervals) {
   EXPECT_EQ(Prefs::interval(Prefs::CachingUpdatesTag::threeDays), 259200);
   EXPECT_EQ(Prefs::interval(Prefs::CachingUpdatesTag::fortnight), 1209600);
   EXPECT_EQ(Prefs::interval(Prefs::CachingUpdatesTag::month), 2678400);
+  // A value that is none of the choices reads as the default.
   PreferenceStore::shared().set("updateCachesEvery", 12345);
-  EXPECT_EQ(Prefs::cachingUpdatesTag(), std::nullopt);
+  EXPECT_EQ(Prefs::cachingUpdatesTag(), Prefs::CachingUpdatesTag::defaultTiming);
 }
 
 TEST_F(PreferencesTest, ChangesReachObserversOnTheMainQueue) {
@@ -87,13 +88,21 @@ TEST_F(PreferencesTest, DamagedFileIsKeptAsideAndDefaultsServe) {
   EXPECT_EQ(PreferenceStore::shared().integerForKey("historyMaxCount"), 7);
 }
 
-TEST_F(PreferencesTest, ValuesOfTheWrongTypeReadAsEmpty) {
+TEST_F(PreferencesTest, OneBadValueFallsBackToItsDefaultAlone) {
+  writeFile(prefsFile(), R"({"historyMaxCount": [1, 2], "recentItemsMaxCount": -5, "listTextSize": "14",
+                             "iconSizeSlider": "wide", "hoverPreviews": true, "updateCachesEvery": 12345})");
+  PreferenceStore::resetShared(prefsFile());
   Prefs::startup();
-  auto& store = PreferenceStore::shared();
-  store.set("historyMaxCount", json::array({1, 2}));
-  EXPECT_EQ(Prefs::historyMaxCount(), 0);
-  store.remove("historyMaxCount");
-  EXPECT_EQ(Prefs::historyMaxCount(), 20);  // back to the default layer
+  EXPECT_EQ(Prefs::historyMaxCount(), 20);     // wrong type
+  EXPECT_EQ(Prefs::recentItemsMaxCount(), 10);  // out of range
+  EXPECT_EQ(Prefs::intValue("listTextSize"), 14);  // text that reads as the number
+  EXPECT_EQ(Prefs::doubleValue("iconSizeSlider"), 290.0);
+  EXPECT_TRUE(Prefs::boolValue("hoverPreviews"));  // the good values stay
+  EXPECT_EQ(Prefs::cachingUpdatesTag(), Prefs::CachingUpdatesTag::defaultTiming);
+  EXPECT_TRUE(PreferenceStore::shared().loadStatus().ok());
+  auto aside = prefsFile();
+  aside += ".damaged-1";
+  EXPECT_FALSE(std::filesystem::exists(aside));
 }
 
 }  // namespace velmora::test

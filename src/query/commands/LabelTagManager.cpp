@@ -1,5 +1,6 @@
 #include "query/commands/LabelTagManager.h"
 
+#include "common/Logger.h"
 #include "query/SentenceComponent.h"
 #include "stores/PreferenceStore.h"
 #include "common/TextCase.h"
@@ -30,7 +31,20 @@ void LabelTagManager::noteSeen(const std::vector<std::string>& tags) {
 }
 
 void LabelTagManager::save() const {
-  PreferenceStore::shared().set(kDefaultsKey, knownTags());
+  std::set<std::string> seen;
+  {
+    std::lock_guard guard(mutex_);
+    seen = seen_;
+  }
+  // Joined with the tags saved now, so tags another process saved are kept.
+  Status status = PreferenceStore::shared().update(kDefaultsKey, [&seen](const nlohmann::json& current) {
+    std::set<std::string> all = seen;
+    if (current.is_array())
+      for (const auto& tag : current)
+        if (tag.is_string()) all.insert(TextCase::plainLowercase(tag.get<std::string>()));
+    return std::optional<nlohmann::json>(std::vector<std::string>(all.begin(), all.end()));
+  });
+  if (!status.ok()) Logger::shared().log("Known tags not saved: " + status.message());
 }
 
 }  // namespace velmora

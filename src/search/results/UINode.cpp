@@ -14,6 +14,8 @@
 #include "search/results/ByteCountFormatter.h"
 #include "common/PathText.h"
 #include "common/TextCase.h"
+#include "platform/PathConventions.h"
+#include "search/FSUtilities.h"
 #include "search/results/CollationKey.h"
 #include "search/results/FileKind.h"
 #include "search/results/UINodeSortable.h"
@@ -124,20 +126,11 @@ void UINode::setDisplayKind(std::string kind) {
   displayKindKey_ = std::move(key);
 }
 
-bool UINode::hasPackageExtension(const std::string& path) {
-  std::string_view trimmed = path;
-  while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.remove_suffix(1);
-  auto endsWith = [&](std::string_view suffix) {
-    return trimmed.size() > suffix.size() && trimmed.substr(trimmed.size() - suffix.size()) == suffix;
-  };
-  return endsWith(".app") || endsWith(".framework");
-}
+bool UINode::hasPackageExtension(const std::string& path) { return FSUtilities::shared().hasPackageExtension(path); }
 
 bool UINode::diskOfPathIsPresent(const std::string& path) {
-  static constexpr std::array<std::string_view, 4> removableRoots{"/Volumes/", "/media/",
-                                                                  "/run/media/", "/mnt/"};
   std::string_view root;
-  for (auto candidate : removableRoots)
+  for (const std::string& candidate : PathConventions::current().removableMountRoots)
     if (path.rfind(candidate, 0) == 0) root = candidate;
   if (root.empty()) return true;
   // Walk the folders below the root: the disk is there when one of them is a
