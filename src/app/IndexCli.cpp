@@ -20,6 +20,8 @@
 #include "common/TextCase.h"
 #include "index/CacheInspector.h"
 #include "index/ContentIndexManager.h"
+#include "index/ImportWordSource.h"
+#include "textimport/ImportClient.h"
 #include "stores/PreferenceStore.h"
 
 namespace velmora::app {
@@ -63,8 +65,8 @@ ContentIndexManager& manager() {
   static bool configured = [] {
     ContentIndexManager::Environment environment;
     environment.buildOptions.activity = &progress();
-    // No word source yet: text and OCR builds report that the text import
-    // is missing (see DocumentWordSource).
+    static ImportWordSource words(ImportClient::shared());
+    environment.buildOptions.words = &words;
     ContentIndexManager::configureShared(std::move(environment));
     return true;
   }();
@@ -151,9 +153,6 @@ int runAdd(const AddOptions& options) {
     return fail("add", "--mode takes names, text or ocr");
   auto tag = cachingUpdatesTagFromWord(options.updatesEvery);
   if (!tag) return fail("add", "--updates-every takes restart, day, 2days, 3days, week, fortnight, month, never or default");
-  if (mode != ContentIndexMode::off)
-    return fail("add", "indexing the words of documents needs the text import, which this build doesn't have yet; "
-                       "use --mode names");
   std::string target = fs::absolute(options.folder).lexically_normal().string();
   while (target.size() > 1 && target.back() == '/') target.pop_back();
   ContentIndexManager& indexes = manager();

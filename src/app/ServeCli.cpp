@@ -14,6 +14,8 @@
 #include "common/Logger.h"
 #include "common/MainQueue.h"
 #include "index/ContentIndexManager.h"
+#include "index/ImportWordSource.h"
+#include "textimport/ImportClient.h"
 #include "shell/ActivityController.h"
 #include "query/commands/LabelTagManager.h"
 #include "search/DiskInfoManager.h"
@@ -40,6 +42,8 @@ LifecycleHooks subsystemHooks(bool resetBookmarks, bool resetCaches) {
   ContentIndexManager::Environment indexes;
   indexes.resetCaches = resetCaches;
   indexes.buildOptions.activity = &ActivityController::shared();
+  static ImportWordSource words(ImportClient::shared());
+  indexes.buildOptions.words = &words;
   indexes.startRefresh = [](std::shared_ptr<ContentIndex> index, bool userInitiated) {
     std::thread([index, userInitiated] {
       Status built = ContentIndexManager::shared().buildNow(index, userInitiated);

@@ -7,8 +7,9 @@
 
 namespace velmora {
 
-// Where a text or OCR build gets the words of a document. The text-import
-// client implements it (its `wordsInFile`); a names-only build needs none.
+// Where a text or OCR build gets the words of a document: ImportWordSource
+// over the text-import client, or a test's own; a names-only build needs
+// none, and a text build without one is refused.
 // The words are lowercase, each with how often it occurs.
 class DocumentWordSource {
  public:

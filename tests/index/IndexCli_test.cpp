@@ -32,7 +32,6 @@ TEST(IndexCli, AnIndexedFolderIsSearchedWhenItIsGone) {
   EXPECT_NE(added.out.find("101 items"), std::string::npos) << added.out;
   EXPECT_EQ(run("index add " + q).status, 2);  // one index per folder
   EXPECT_EQ(run("index add " + q + "/nowhere").status, 2);
-  EXPECT_EQ(run("index add " + q + " --mode text --name T").status, 2);  // no text import in this build
   EXPECT_EQ(run("index add " + q + " --updates-every hourly --name T").status, 2);
 
   auto listed = test::runCommand(velmora() + " index list --json");
