@@ -76,6 +76,26 @@ TEST(IndexCli, AnIndexedFolderIsSearchedWhenItIsGone) {
   EXPECT_EQ(run("index adopt " + test::shellQuote((home.path() / "junk.vlcache").string())).status, 2);
 }
 
+TEST(IndexCli, TextIndexesFindDocumentsByTheirWords) {
+  test::TempHome home;
+  fs::path tree = home.tree("letters");
+  test::writeFile(tree / "a.txt", "The cat sat on the mat");
+  test::writeFile(tree / "sub/b.txt", "Concatenate these strings");
+  test::writeFile(tree / "c.txt", "dog and cat");
+  ASSERT_EQ(run("index add " + test::shellQuote(tree.string()) + " --mode text --name Letters").status, 0);
+  auto lines = [](const std::string& arguments) {
+    auto out = test::runCommand(velmora() + " index words Letters " + arguments + " | cut -f2 | sort").out;
+    return out;
+  };
+  std::string t = tree.string();
+  EXPECT_EQ(lines("CAT"), t + "/a.txt\n" + t + "/c.txt\n" + t + "/sub/b.txt\n");
+  EXPECT_EQ(lines("cat --whole-words"), t + "/a.txt\n" + t + "/c.txt\n");
+  EXPECT_EQ(lines("cat dog --all-words"), t + "/c.txt\n");
+  EXPECT_EQ(lines("cat --without dog"), t + "/a.txt\n" + t + "/sub/b.txt\n");
+  EXPECT_EQ(test::runCommand(velmora() + " index words Letters zebra").status, 1);
+  EXPECT_EQ(test::runCommand(velmora() + " index words Nobody cat 2>/dev/null").status, 2);
+}
+
 TEST(IndexCli, AKilledBuildLeavesAnIndexThatTheNextUpdateCompletes) {
   test::TempHome home;
   fs::path tree = home.tree("big");
