@@ -10,29 +10,8 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/deps" --bench >/dev/null
-build=${BUILD_DIR:-$root/build-bench}
 tree=${TREE:-${TMPDIR:-/tmp}/velmora-bench-tree}
-word=${WORD:-report}
-runs=${RUNS:-10}
-tops=${TOPS:-20}
-middles=${MIDDLES:-10}
-leaves=${LEAVES:-100}
-files=${FILES_PER_FOLDER:-10}
-
-if [ ! -f "$build/build.ninja" ]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DVELMORA_BENCH=ON -DVELMORA_TESTS=OFF >/dev/null
-fi
-cmake --build "$build" --target velmora --parallel "${JOBS:-2}" >/dev/null
-velmora="$build/bin/velmora"
-
-stamp="$tops-$middles-$leaves-$files"
-if [ ! -f "$tree/.generated-$stamp" ]; then
-  rm -rf "$tree"
-  mkdir -p "$tree"
-  echo "generating $tree ..."
-  python3 "$root/bench/generate_tree.py" "$tree" "$tops" "$middles" "$leaves" "$files"
-  touch "$tree/.generated-$stamp"
-fi
+. "$root/bench/tree_setup.sh"
 count_files=$(find "$tree" -type f | wc -l)
 count_dirs=$(find "$tree" -type d | wc -l)
 echo "tree: $tree ($count_files files, $count_dirs folders), word: $word"
