@@ -345,7 +345,13 @@ std::optional<MatchedSentenceTemplate> LanguageParse::match(Words inputWords, co
                                                             std::size_t& recognisedCount) const {
   const std::size_t n = inputWords.size();
   // Each variable parser's answer at each offset: many templates start alike.
-  std::map<std::pair<const VariableParser*, std::size_t>, Result> memo;
+  // A handful of entries per call: a flat list beats a tree here.
+  struct Memo {
+    const VariableParser* parser;
+    std::size_t offset;
+    Result result;
+  };
+  std::vector<Memo> memo;
   recognisedCount = 0;
 
   const SentenceTemplate* best = nullptr;
@@ -361,10 +367,13 @@ std::optional<MatchedSentenceTemplate> LanguageParse::match(Words inputWords, co
       if (offset >= n) break;
       std::size_t consumed = 1;
       if (const VariableParser* parser = parsers[next]) {
-        auto memoKey = std::make_pair(parser, offset);
-        auto cached = memo.find(memoKey);
-        if (cached == memo.end()) cached = memo.emplace(memoKey, (*parser)(inputWords.subspan(offset), settings)).first;
-        const Result& parsed = cached->second;
+        auto cached = std::find_if(memo.begin(), memo.end(),
+                                   [&](const Memo& m) { return m.parser == parser && m.offset == offset; });
+        if (cached == memo.end()) {
+          memo.push_back({parser, offset, (*parser)(inputWords.subspan(offset), settings)});
+          cached = memo.end() - 1;
+        }
+        const Result& parsed = cached->result;
         if (!parsed) break;
         if (parsed->value.has_value()) args.push_back(parsed->value);
         consumed = std::size_t(std::clamp(parsed->numberOfConsumedWords, 0, int(n - offset)));
@@ -415,8 +424,7 @@ CommandRecogniserResult LanguageParse::doesMatch(Words inputWords, const QuerySe
   return result;
 }
 
-std::optional<CommandRecogniserResult> LanguageParse::allMatches(const std::vector<SentenceComponent>& inputWords,
-                                                                 const QuerySettings& settings) const {
+std::optional<CommandRecogniserResult> LanguageParse::allMatches(Words inputWords, const QuerySettings& settings) const {
   CommandRecogniserResult all;
   Words remaining(inputWords);
   while (!remaining.empty()) {

@@ -47,8 +47,7 @@ class LanguageParse {
   // recognised word. Words that start no command are skipped.
   // Each word is looked at by a bounded number of template attempts, so the
   // time grows with the number of words, not with its square.
-  std::optional<CommandRecogniserResult> allMatches(const std::vector<SentenceComponent>& inputWords,
-                                                    const QuerySettings& settings = {}) const;
+  std::optional<CommandRecogniserResult> allMatches(Words inputWords, const QuerySettings& settings = {}) const;
 
   // The template that wins at the head of the words, with its arguments:
   // the first complete match with the most words.

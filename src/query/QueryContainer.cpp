@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <span>
 #include <unordered_map>
 
 #include "query/LanguageParse.h"
@@ -43,7 +44,7 @@ std::shared_ptr<const QueryIgnoreList> freshIgnoreList() {
 
 // A pasted page after a colon has tens of thousands of words: look-ups
 // go through a hash set, never a scan.
-std::vector<SentenceComponent> without(const std::vector<SentenceComponent>& words,
+std::vector<SentenceComponent> without(std::span<const SentenceComponent> words,
                                        const std::vector<SentenceComponent>& leaveOut) {
   // Words of one query differ in their positions.
   std::unordered_map<int, const SentenceComponent*> out;
@@ -93,7 +94,7 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
   parseCommands(settings);
 
   auto areaStart = std::find_if(allWords.begin(), allWords.end(), [](auto& w) { return w.isAfterAColon; });
-  std::vector<SentenceComponent> commandArea(areaStart, allWords.end());
+  const std::span<const SentenceComponent> commandArea(areaStart, allWords.end());
   unusedCommandAreaWords = without(commandArea, allRecoginsedParts);
 
   std::vector<SentenceComponent> consumed;
@@ -166,9 +167,10 @@ QueryContainer::QueryContainer(std::string_view text, std::optional<SearchLocati
 }
 
 void QueryContainer::parseCommands(const QuerySettings& settings) {
-  std::vector<SentenceComponent> commandWords;
-  for (const auto& w : allWords)
-    if (w.isAfterAColon) commandWords.push_back(w);
+  // Every word from the first colon on is after it: the command area is the
+  // tail of the words.
+  auto areaStart = std::find_if(allWords.begin(), allWords.end(), [](auto& w) { return w.isAfterAColon; });
+  const std::span<const SentenceComponent> commandWords(areaStart, allWords.end());
   if (commandWords.empty()) return;
   auto found = langauge().allMatches(commandWords, settings);
   if (!found) return;
