@@ -137,6 +137,36 @@ TEST(SearchCli, LocationsExitStatusAndFinalLine) {
   EXPECT_NE(home.out.find("annual report 2024.pdf"), std::string::npos) << home.out;
 }
 
+// A query may begin with "-" (a word that must not be in the name), before
+// or after the options, and everything after "--" is query text; unknown
+// long options stay usage errors. The empty query is legal for explain.
+TEST(SearchCli, QueriesThatStartWithADash) {
+  OrdinaryTemp temp;
+  test::TempHome home;
+  auto root = fs::path(::testing::TempDir()) / "dash";
+  fs::remove_all(root);
+  fs::create_directories(root / "sub");
+  for (const char* name : {"report.txt", "draft-report.txt", "sub/-x report.txt"}) test::writeFile(root / name);
+  const std::string in = shellQuote(root.string());
+  const std::set<std::string> notDraft{(root / "report.txt").string(), (root / "sub/-x report.txt").string()};
+  EXPECT_EQ(search(shellQuote("-draft report") + " --in " + in).paths, notDraft);
+  EXPECT_EQ(search("--in " + in + " " + shellQuote("-draft report")).paths, notDraft);
+  EXPECT_EQ(search("--in " + in + " report -draft").paths, notDraft);
+  EXPECT_EQ(search("--in " + in + " -- " + shellQuote("-draft report")).paths, notDraft);
+  // Quoted, "-x" is a word to find, not one to leave out.
+  EXPECT_EQ(search("--in " + in + " -- " + shellQuote("\"-x\"")).paths,
+            (std::set<std::string>{(root / "sub/-x report.txt").string()}));
+  EXPECT_EQ(runCommand(velmora() + " search --in " + in + " --lmit 3 report 2>/dev/null").status, 2);
+
+  auto empty = runCommand(velmora() + " explain '' 2>&1");
+  EXPECT_EQ(empty.status, 0) << empty.out;
+  EXPECT_NE(empty.out.find("Word-based search: no"), std::string::npos) << empty.out;
+  EXPECT_EQ(runCommand(velmora() + " explain 2>/dev/null").status, 2);
+  auto dashed = runCommand(velmora() + " explain -- -draft report");
+  EXPECT_NE(dashed.out.find("Query: -draft report"), std::string::npos) << dashed.out;
+  fs::remove_all(root);
+}
+
 // Makes `levels` nested folders named `name` below `root` by descriptor
 // (no path that long can be named) and a file at the bottom.
 void makeDeepTree(const fs::path& root, const std::string& name, int levels, const char* file) {
