@@ -64,7 +64,9 @@ class ThreadScheduler final : public Scheduler {
         continue;
       }
       if (next->second.due > std::chrono::steady_clock::now()) {
-        wake_.wait_until(lock, next->second.due);
+        // A copy: the entry may be cancelled (erased) while this thread waits.
+        const auto due = next->second.due;
+        wake_.wait_until(lock, due);
         continue;
       }
       Task task = std::move(next->second.task);

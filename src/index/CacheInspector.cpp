@@ -122,6 +122,11 @@ Result<CacheInspection> CacheInspector::inspect(const fs::path& file, std::strin
       return std::move(*inspection);
     }
   }
+  // A reader that stopped without an answer met something it could not
+  // read: under a sanitizer a fault ends it by exit status, not by signal.
+  if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
+    return Status::corruption(fmt::format("{} is damaged and can't be read: reading its pages failed (exit {})",
+                                          name, WEXITSTATUS(status)));
   return Status::internal(fmt::format("{} can't be read: the reader ended without an answer", name));
 }
 

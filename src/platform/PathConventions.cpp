@@ -178,7 +178,7 @@ int PathConventions::depthOf(std::string_view path, std::string_view volumeRoot)
   bool onVolume = false;
   if (!volumesPrefix.empty()) {
     // Counted from the disk's root: "/Volumes/Data/a" is as deep as "/a".
-    std::string_view bare = volumesPrefix.substr(0, volumesPrefix.size() - 1);
+    std::string_view bare = std::string_view(volumesPrefix).substr(0, volumesPrefix.size() - 1);
     onVolume = startsWith(path, volumesPrefix);
     if (startsWith(path, bare)) path.remove_prefix(bare.size());
   } else if (volumeRoot.size() > 1 && startsWith(path, volumeRoot)) {
