@@ -13,7 +13,11 @@ extern char** environ;
 
 namespace velmora::ChildProcess {
 
-Started spawnQuietly(std::vector<std::string> arguments, bool searchPath) {
+namespace {
+// Starts the program with standard input and error on /dev/null and standard
+// output on `outputFD` (or /dev/null when it is -1). Returns the pid, or the
+// error posix_spawn gave.
+Started spawn(std::vector<std::string>& arguments, bool searchPath, int outputFD) {
   Started started;
   if (arguments.empty()) {
     started.error = EINVAL;
@@ -25,19 +29,24 @@ Started spawnQuietly(std::vector<std::string> arguments, bool searchPath) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  if (outputFD >= 0)
+    posix_spawn_file_actions_adddup2(&actions, outputFD, STDOUT_FILENO);
+  else
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t pid = 0;
   int error = searchPath ? posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ)
                          : posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  if (error != 0) {
+  if (error != 0)
     started.error = error;
-    return started;
-  }
-  started.pid = pid;
+  else
+    started.pid = pid;
   return started;
 }
+}  // namespace
+
+Started spawnQuietly(std::vector<std::string> arguments, bool searchPath) { return spawn(arguments, searchPath, -1); }
 
 int waitForExit(pid_t pid) {
   int status = 0;
@@ -61,23 +70,14 @@ Finished runCollectingOutput(std::vector<std::string> arguments) {
     finished.error = errno;
     return finished;
   }
-  std::vector<char*> argv;
-  for (auto& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  int error = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  Started started = spawn(arguments, false, fds[1]);
   ::close(fds[1]);
-  if (error != 0) {
+  if (started.error != 0) {
     ::close(fds[0]);
-    finished.error = error;
+    finished.error = started.error;
     return finished;
   }
+  const pid_t pid = started.pid;
   char buffer[65536];
   for (;;) {
     ssize_t n = ::read(fds[0], buffer, sizeof buffer);

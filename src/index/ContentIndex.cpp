@@ -17,19 +17,9 @@ namespace {
 
 // The store layer throws LMDBError (and the standard library bad_alloc and
 // the like); nothing of that leaves this class.
-template <typename F>
-Status guardStatus(const std::filesystem::path& file, F&& body) {
-  try {
-    return body();
-  } catch (const LMDBError& error) {
-    return error.toStatus(file.string());
-  } catch (const std::exception& error) {
-    return Status::internal(file.string() + ": " + error.what());
-  }
-}
-
-template <typename T, typename F>
-Result<T> guardResult(const std::filesystem::path& file, F&& body) {
+// R is Status or a Result<T>: both are made from a failure status.
+template <typename R, typename F>
+R guarded(const std::filesystem::path& file, F&& body) {
   try {
     return body();
   } catch (const LMDBError& error) {
@@ -59,7 +49,7 @@ Status ContentIndex::open() {
   folderContentsCache_.access([](auto& cache) { cache.clear(); });
   return openCount_.access([&](int& count) -> Status {
     if (count == 0) {
-      Status opened = guardStatus(localDBFile, [&] {
+      Status opened = guarded<Status>(localDBFile, [&] {
         auto db = std::make_shared<SimpleLMDB>();
         if (readOnly)
           db->openReadOnly(localDBFile);
@@ -104,7 +94,7 @@ Status ContentIndex::saveDocumentInfo() {
     ~Closer() { index->close(); }
   } closer{this};
   if (targetURL) documentInfo.suggestedTarget = targetURL;
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     db_->put(documentInfo.toJSON(), kDocumentInfoGroup, kDocumentInfoKey);
     return Status();
   });
@@ -116,7 +106,7 @@ Status ContentIndex::loadDocumentInfo() {
     ContentIndex* index;
     ~Closer() { index->close(); }
   } closer{this};
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     auto bytes = db()->getData(kDocumentInfoGroup, kDocumentInfoKey);
     if (!bytes) return Status();
     std::string error;
@@ -129,7 +119,7 @@ Status ContentIndex::loadDocumentInfo() {
 }
 
 Result<std::optional<FSItem>> ContentIndex::loadItem(std::uint32_t id) const {
-  return guardResult<std::optional<FSItem>>(localDBFile, [&]() -> std::optional<FSItem> {
+  return guarded<Result<std::optional<FSItem>>>(localDBFile, [&]() -> std::optional<FSItem> {
     auto db = this->db();
     if (!db) return std::nullopt;
     auto bytes = db->getData(kItemGroup, idKey(id));
@@ -139,7 +129,7 @@ Result<std::optional<FSItem>> ContentIndex::loadItem(std::uint32_t id) const {
 }
 
 Result<std::optional<std::uint32_t>> ContentIndex::loadLastAutoID() const {
-  return guardResult<std::optional<std::uint32_t>>(localDBFile, [&]() -> std::optional<std::uint32_t> {
+  return guarded<Result<std::optional<std::uint32_t>>>(localDBFile, [&]() -> std::optional<std::uint32_t> {
     auto db = this->db();
     if (!db) return std::nullopt;
     return db->get<std::uint32_t>(kItemGroup, kLastAutoIDKey);
@@ -156,7 +146,7 @@ Status ContentIndex::write(const FSItem& item) {
   std::sort(children->begin(), children->end());
   children->erase(std::unique(children->begin(), children->end()), children->end());
   forgetFolder(item.parentID);
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     std::vector<ValueGroupKey> rows;
     rows.push_back({PackedNumbers::storePackedDeltas(*children), kChildrenGroup, idKey(item.parentID)});
     rows.push_back({item.encoded(), kItemGroup, idKey(item.fsid)});
@@ -174,7 +164,7 @@ Status ContentIndex::writeChildren(std::uint32_t parentID, const std::vector<FSI
   for (const FSItem& item : items) children->push_back(item.fsid);
   std::sort(children->begin(), children->end());
   children->erase(std::unique(children->begin(), children->end()), children->end());
-  Status written = guardStatus(localDBFile, [&] {
+  Status written = guarded<Status>(localDBFile, [&] {
     std::vector<ValueGroupKey> rows;
     rows.reserve(items.size() + 2);
     rows.push_back({PackedNumbers::storePackedDeltas(*children), kChildrenGroup, idKey(parentID)});
@@ -217,7 +207,7 @@ Status ContentIndex::writeContainers(const std::vector<WordContainer*>& containe
   if (!db) return db.status();
   auto dead = loadDeadIds();
   if (!dead) return dead.status();
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     std::vector<ValueGroupKey> rows;
     rows.reserve(containers.size());
     for (WordContainer* container : containers) {
@@ -231,7 +221,7 @@ Status ContentIndex::writeContainers(const std::vector<WordContainer*>& containe
 }
 
 Result<std::vector<std::uint32_t>> ContentIndex::loadChildIds(std::uint32_t id) const {
-  return guardResult<std::vector<std::uint32_t>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
+  return guarded<Result<std::vector<std::uint32_t>>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
     auto db = this->db();
     if (!db) return {};
     auto bytes = db->getData(kChildrenGroup, idKey(id));
@@ -244,14 +234,14 @@ Status ContentIndex::saveChildIds(std::uint32_t id, const std::vector<std::uint3
   forgetFolder(id);
   auto db = requireDB();
   if (!db) return db.status();
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     (*db)->putData(PackedNumbers::storePackedDeltas(ascendingIds), kChildrenGroup, idKey(id));
     return Status();
   });
 }
 
 Result<std::vector<std::uint32_t>> ContentIndex::loadDeadIds() const {
-  return guardResult<std::vector<std::uint32_t>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
+  return guarded<Result<std::vector<std::uint32_t>>>(localDBFile, [&]() -> std::vector<std::uint32_t> {
     auto db = this->db();
     if (!db) return {};
     auto bytes = db->getData(kDeadGroup, kDeadKey);
@@ -264,7 +254,7 @@ Status ContentIndex::saveDeadIds(const std::set<std::uint32_t>& ids) {
   auto db = requireDB();
   if (!db) return db.status();
   std::vector<std::uint32_t> list(ids.begin(), ids.end());
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     (*db)->putData(PackedNumbers::storePacked(list), kDeadGroup, kDeadKey);
     return Status();
   });
@@ -274,7 +264,7 @@ Status ContentIndex::deleteItem(std::uint32_t id) {
   auto db = requireDB();
   if (!db) return db.status();
   forgetFolder(id);
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     (*db)->deleteValue(kItemGroup, idKey(id));
     return Status();
   });
@@ -304,7 +294,7 @@ Status ContentIndex::compact() {
   auto db = requireDB();
   if (!db) return db.status();
   folderContentsCache_.access([](auto& cache) { cache.clear(); });
-  return guardStatus(localDBFile, [&] {
+  return guarded<Status>(localDBFile, [&] {
     (*db)->compact(localDBFile);
     return Status();
   });
@@ -348,7 +338,7 @@ Result<ContentIndex::FolderContents> ContentIndex::loadFolderContents(std::uint3
 }
 
 Result<std::optional<WordContainer>> ContentIndex::findExact(const std::string& word) const {
-  return guardResult<std::optional<WordContainer>>(localDBFile, [&]() -> std::optional<WordContainer> {
+  return guarded<Result<std::optional<WordContainer>>>(localDBFile, [&]() -> std::optional<WordContainer> {
     auto db = this->db();
     if (!db) return std::nullopt;
     auto bytes = db->getData(kWordGroup, word);

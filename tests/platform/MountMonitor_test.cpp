@@ -1,6 +1,8 @@
 #include "platform/MountMonitor.h"
 
 #include <gtest/gtest.h>
+
+#include "support/MainLoop.h"
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -18,16 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Runs the main loop until `done` holds; false when nothing came in time.
-template <typename Done>
-bool runMainUntil(Done done) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (MainQueue::poll() == 0) std::this_thread::yield();
-  }
-  return true;
-}
+using test::runMainUntil;
 
 bool mounted(const std::string& mountPoint) { return VolumeTable::current().find(mountPoint) != nullptr; }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/MainLoop.h"
+
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -11,16 +13,7 @@
 
 namespace velmora {
 namespace {
-
-template <typename Done>
-bool runMainUntil(Done done) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (MainQueue::poll() == 0) std::this_thread::yield();
-  }
-  return true;
-}
+using test::runMainUntil;
 
 TEST(SignalWatcher, SignalsBecomeMainQueueCallsInOrderAndTheOldActionsComeBack) {
   MainQueue::adoptCurrentThread();
