@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -39,6 +40,14 @@ class ProgressLine final : public ActivityReporter {
     std::string text = item->leftText;
     if (!item->rightText.empty()) text += ": " + item->rightText;
     if (text == last_) return;
+    // A build names every folder it enters; people read ten redraws a
+    // second, and a log wants one folder line a second, not tens of
+    // thousands. The counts come every 500 items and are always shown.
+    const auto now = std::chrono::steady_clock::now();
+    const auto gap = live_ ? std::chrono::milliseconds(100) : std::chrono::milliseconds(1000);
+    const bool count = item->rightText.rfind("Cached ", 0) == 0;
+    if (!count && !last_.empty() && now - lastShown_ < gap) return;
+    lastShown_ = now;
     last_ = text;
     if (live_)
       std::fprintf(stderr, "\r\033[K%s", TerminalText::escaped(text).c_str());
@@ -54,6 +63,7 @@ class ProgressLine final : public ActivityReporter {
  private:
   bool live_;
   std::string last_;
+  std::chrono::steady_clock::time_point lastShown_{};
 };
 
 ProgressLine& progress() {

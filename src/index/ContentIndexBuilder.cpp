@@ -15,6 +15,7 @@
 #include "common/Logger.h"
 #include "index/IndexMirror.h"
 #include "index/store/IndexKeys.h"
+#include "platform/FileDescriptor.h"
 #include "platform/PathConventions.h"
 #include "platform/VolumeTable.h"
 #include "search/DirectoryIterator.h"
@@ -48,9 +49,12 @@ struct OnDisk {
 
 // One statx for everything a record needs; links are not followed, as the
 // walk never follows them.
-Result<OnDisk> readOnDisk(const std::string& path) {
+// With a folder descriptor the name is looked up in that folder alone, which
+// spares the kernel the walk down the whole path for every file.
+Result<OnDisk> readOnDisk(const std::string& path, int folderFD) {
   struct statx st {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE | STATX_MTIME | STATX_BTIME | STATX_SIZE,
+  const std::string name = folderFD == AT_FDCWD ? path : lastComponent(path);
+  if (::statx(folderFD, name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE | STATX_MTIME | STATX_BTIME | STATX_SIZE,
               &st) != 0)
     return Status::fromErrno(errno, path);
   OnDisk disk;
@@ -74,7 +78,37 @@ bool isUnder(std::string_view path, std::string_view folder) {
   return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
+std::string folderOf(const std::string& path) {
+  auto slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
 }  // namespace
+
+// Points the builder's stats at one folder while the paths it reads are that
+// folder's entries; paths are used whole when the folder cannot be opened.
+class ContentIndexBuilder::FolderScope {
+ public:
+  FolderScope(ContentIndexBuilder& builder, const std::vector<std::string>& paths) : builder_(builder) {
+    if (paths.empty()) return;
+    std::string folder = folderOf(paths.front());
+    fd_.reset(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!fd_.valid()) return;
+    builder_.folderFD_ = fd_.get();
+    builder_.folderPath_ = std::move(folder);
+  }
+  ~FolderScope() {
+    builder_.folderFD_ = AT_FDCWD;
+    builder_.folderPath_.clear();
+  }
+  FolderScope(const FolderScope&) = delete;
+  FolderScope& operator=(const FolderScope&) = delete;
+
+ private:
+  ContentIndexBuilder& builder_;
+  FileDescriptor fd_;
+};
 
 ContentIndexBuilder::ContentIndexBuilder(ContentIndex& index, Options options)
     : index_(index), options_(std::move(options)) {}
@@ -84,9 +118,20 @@ bool ContentIndexBuilder::badNames(std::string_view path) {
 }
 
 bool ContentIndexBuilder::hasChanged(const FSItem& item, const std::string& path) {
-  auto disk = readOnDisk(path);
+  auto disk = readOnDisk(path, AT_FDCWD);
   if (!disk) return true;
   return item.modificationDate != disk->modified;
+}
+
+bool ContentIndexBuilder::changedOnDisk(const FSItem& item, const std::string& path) const {
+  auto disk = readOnDisk(path, folderFDFor(path));
+  if (!disk) return true;
+  return item.modificationDate != disk->modified;
+}
+
+int ContentIndexBuilder::folderFDFor(const std::string& path) const {
+  if (folderFD_ == AT_FDCWD || folderOf(path) != folderPath_) return AT_FDCWD;
+  return folderFD_;
 }
 
 Result<std::uint32_t> ContentIndexBuilder::nextID() {
@@ -102,7 +147,7 @@ Result<std::uint32_t> ContentIndexBuilder::nextID() {
 
 Result<FSItem> ContentIndexBuilder::urlToFSItem(std::uint32_t parentID, const std::string& path) {
   if (!index_.db()) return Status::invalidArgument("the index " + index_.localDBFile.string() + " is not open");
-  auto disk = readOnDisk(path);
+  auto disk = readOnDisk(path, folderFDFor(path));
   if (!disk) return disk.status();
   auto id = nextID();
   if (!id) return id.status();
@@ -198,6 +243,39 @@ Status ContentIndexBuilder::removeFSItem(std::uint32_t id) {
   return saveDeadIDs();
 }
 
+Result<std::vector<std::optional<std::uint32_t>>> ContentIndexBuilder::subfolderRecords(
+    const std::vector<std::string>& directories, std::uint32_t parentID) {
+  std::vector<std::optional<std::uint32_t>> ids(directories.size());
+  if (directories.empty()) return ids;
+  auto existing = index_.loadFolderContents(parentID);
+  if (!existing) return existing.status();
+  FolderScope scope(*this, directories);
+  std::vector<FSItem> fresh;
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    const std::string& path = directories[i];
+    if (auto found = existing->find(lastComponent(path)); found != existing->end()) {
+      if (found->second.type == FSItem::Type::directory) {
+        ids[i] = found->second.fsid;
+        continue;
+      }
+      // A file then, a folder now: the file's record goes.
+      if (Status removed = removeFSItem(found->second.fsid); !removed.ok()) return removed;
+    }
+    auto item = urlToFSItem(parentID, path);
+    if (!item) {
+      VLOG("index: passing over {}: {}", path, item.status().message());
+      continue;
+    }
+    ids[i] = item->fsid;
+    fresh.push_back(std::move(*item));
+  }
+  if (!fresh.empty()) {
+    if (Status written = index_.writeChildren(parentID, fresh, *lastAutoID_); !written.ok()) return written;
+    counts_.itemsWritten += fresh.size();
+  }
+  return ids;
+}
+
 Status ContentIndexBuilder::removeExtraFiles(const std::vector<std::string>& localItems, std::uint32_t directoryID) {
   auto contents = index_.loadFolderContents(directoryID);
   if (!contents) return contents.status();
@@ -222,6 +300,7 @@ Status ContentIndexBuilder::add(const std::vector<std::string>& files, std::uint
                                 ContentIndexMode indexMode) {
   auto existing = index_.loadFolderContents(parentID);
   if (!existing) return existing.status();
+  FolderScope scope(*this, files);
   std::vector<FSItem> fresh;
   std::int64_t total = index_.documentInfo.numberOfFSItems.value_or(0);
   auto flushFresh = [&]() -> Status {
@@ -236,7 +315,9 @@ Status ContentIndexBuilder::add(const std::vector<std::string>& files, std::uint
     auto found = existing->find(lastComponent(path));
     bool changed = true;
     std::optional<std::uint32_t> fileID;
-    if (found != existing->end() && !hasChanged(found->second, path)) {
+    // A folder's record under a file's name is stale whatever its date says.
+    if (found != existing->end() && found->second.type != FSItem::Type::directory &&
+        !changedOnDisk(found->second, path)) {
       changed = false;
       fileID = found->second.fsid;
     } else {
@@ -417,34 +498,52 @@ Status ContentIndexBuilder::build(const std::vector<std::string>& items, bool al
     return withSlash.find("/Windows/") != std::string::npos || withSlash.find("/Windows.old/") != std::string::npos;
   };
 
-  std::vector<std::string> stack = items;
+  // Each entry knows its folder's record once its parent has been listed, so
+  // only the starting items are looked up (and made) by path.
+  struct Pending {
+    std::string folder;
+    std::optional<std::uint32_t> id;
+  };
+  std::vector<Pending> stack;
+  for (const auto& item : items) stack.push_back({item, std::nullopt});
   while (!stack.empty() && !index_.shouldCancel) {
-    std::string folder = std::move(stack.back());
+    Pending next = std::move(stack.back());
     stack.pop_back();
+    const std::string& folder = next.folder;
     auto listing = DirectoryIterator::urlContentsOfDirectory(folder);
     std::erase_if(listing.files, [](const std::string& path) { return !badNames(path); });
     std::erase_if(listing.directories,
                   [&](const std::string& path) { return !badNames(path) || skipped(path); });
 
-    auto id = index_.findID(folder);
-    if (!id) return id.status();
     std::uint32_t folderID = 0;
-    if (*id) {
-      folderID = **id;
+    if (next.id) {
+      folderID = *next.id;
     } else {
-      auto inserted = insert(folder);
-      if (!inserted) {
-        VLOG("index: passing over {}: {}", folder, inserted.status().message());
-        continue;
+      auto id = index_.findID(folder);
+      if (!id) return id.status();
+      if (*id) {
+        folderID = **id;
+      } else {
+        auto inserted = insert(folder);
+        if (!inserted) {
+          VLOG("index: passing over {}: {}", folder, inserted.status().message());
+          continue;
+        }
+        folderID = inserted->fsid;
       }
-      folderID = inserted->fsid;
     }
     if (activityItem_) report("Caching \"" + lastComponent(folder) + "\"", {});
     if (Status added = add(listing.files, folderID, indexMode); !added.ok()) return added;
     if (index_.shouldCancel) break;
+    auto subfolderIDs = subfolderRecords(listing.directories, folderID);
+    if (!subfolderIDs) return subfolderIDs.status();
     std::vector<std::string> all = listing.files;
     all.insert(all.end(), listing.directories.begin(), listing.directories.end());
-    for (auto it = listing.directories.rbegin(); it != listing.directories.rend(); ++it) stack.push_back(*it);
+    for (std::size_t i = listing.directories.size(); i-- > 0;) {
+      // A folder that vanished or became unreadable since the listing has no
+      // record and is left out.
+      if ((*subfolderIDs)[i]) stack.push_back({listing.directories[i], (*subfolderIDs)[i]});
+    }
     if (Status removed = removeExtraFiles(all, folderID); !removed.ok()) return removed;
   }
 

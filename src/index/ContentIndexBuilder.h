@@ -64,6 +64,10 @@ class ContentIndexBuilder {
   // Makes sure a folder and every folder above it have records; gives the
   // folder's.
   [[nodiscard]] Result<FSItem> insert(const std::string& folder);
+  // The records of a folder's subfolders, made where missing, in the order
+  // given; empty for one that could not be read.
+  [[nodiscard]] Result<std::vector<std::optional<std::uint32_t>>> subfolderRecords(
+      const std::vector<std::string>& directories, std::uint32_t parentID);
   [[nodiscard]] Status removeFSItem(std::uint32_t id);
   // True when the file's modification date can't be read or differs from
   // the record's in whole seconds.
@@ -76,6 +80,11 @@ class ContentIndexBuilder {
   const Counts& counts() const { return counts_; }
 
  private:
+  class FolderScope;
+  // The open folder that stats of its own entries go through, or AT_FDCWD.
+  int folderFDFor(const std::string& path) const;
+  // hasChanged, through the open folder when there is one.
+  bool changedOnDisk(const FSItem& item, const std::string& path) const;
   Result<std::uint32_t> nextID();
   Status saveDeadIDs();
   void report(const std::string& status, const std::string& detail);
@@ -87,6 +96,8 @@ class ContentIndexBuilder {
   std::optional<std::uint32_t> lastAutoID_;
   std::set<std::uint32_t> deadIDs_;
   bool deadIDsLoaded_ = false;
+  int folderFD_ = -100;  // AT_FDCWD
+  std::string folderPath_;
   bool deadIDsChanged_ = false;
   std::shared_ptr<ActivityItem> activityItem_;
   std::size_t reportedAt_ = 0;

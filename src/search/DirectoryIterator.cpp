@@ -186,11 +186,14 @@ DirectoryIterator::URLContents DirectoryIterator::urlContentsOfDirectory(const s
   std::error_code error;
   fs::directory_iterator it(target, error);
   for (; !error && it != fs::directory_iterator(); it.increment(error)) {
+    // The entry's type comes from the listing itself (d_type); only file
+    // systems that do not report it cost a stat here.
     std::error_code typeError;
-    auto status = it->symlink_status(typeError);
+    const bool link = it->is_symlink(typeError);
     if (typeError) continue;
-    (status.type() == fs::file_type::directory ? contents.directories : contents.files)
-        .push_back(it->path().string());
+    const bool directory = !link && it->is_directory(typeError);
+    if (typeError) continue;
+    (directory ? contents.directories : contents.files).push_back(it->path().string());
   }
   return contents;
 }

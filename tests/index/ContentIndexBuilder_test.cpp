@@ -140,6 +140,21 @@ TEST_F(ContentIndexBuilderTest, UpdatesWriteOnlyWhatChangedAndRemoveWhatVanished
   ASSERT_TRUE(index.open().ok());
   EXPECT_EQ(index.loadDeadIds().value(), dead);
   index.close();
+
+  // A file that became a folder is entered; a folder that became a file
+  // loses what was below it.
+  fs::remove(tree / "a.txt");
+  test::writeFile(tree / "a.txt/inside.txt", "epsilon");
+  fs::remove_all(tree / "sub/deeper");
+  test::writeFile(tree / "sub/deeper", "zeta");
+  auto swapped = builder();
+  ASSERT_TRUE(build(swapped, ContentIndexMode::textDocuments).ok());
+  auto inside = idOf("a.txt/inside.txt");
+  ASSERT_TRUE(inside);
+  EXPECT_EQ(documentsOf("epsilon"), std::vector<std::uint32_t>{*inside});
+  EXPECT_FALSE(idOf("sub/deeper/c.txt"));
+  ASSERT_TRUE(idOf("sub/deeper"));
+  EXPECT_EQ(documentsOf("zeta"), std::vector<std::uint32_t>{*idOf("sub/deeper")});
 }
 
 TEST_F(ContentIndexBuilderTest, NamesOnlyBuildsNeedNoImportAndTextBuildsRefuseWithoutOne) {
